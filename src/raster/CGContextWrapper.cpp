@@ -1,0 +1,3 @@
+#include "raster/CGContextWrapper.h"
+
+CGContextWrapper::CGContextWrapper(GraphicsContext& context) : _context(context) {}
