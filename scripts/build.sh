@@ -13,4 +13,6 @@ if [ ! -f "$dir/build.ninja" ]; then
 elif [ "$#" -gt 0 ] || [ "$werror" = ON ]; then
   cmake "$dir" -DVIMO_WERROR=$werror "$@" >/dev/null
 fi
+# Objects are shared between checkouts of the tree through ccache.
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root}
 cmake --build "$dir" -j"$(nproc)"
