@@ -139,7 +139,8 @@ void Walker::run() {
     _numObjects = readBigEndian(trailer + 8, 8);
     const std::uint64_t root = readBigEndian(trailer + 16, 8);
     _offsetTable = readBigEndian(trailer + 24, 8);
-    if (!isPowerOfTwoUpTo8(_offsetSize) || !isPowerOfTwoUpTo8(_refSize))
+    // Writers use any width from 1 to 8 bytes (libplist writes 3-byte offsets).
+    if (_offsetSize < 1 || _offsetSize > 8 || _refSize < 1 || _refSize > 8)
         damaged("its property list has a malformed trailer");
     const std::uint64_t tableEnd = _size - 32;
     if (_numObjects == 0 || root >= _numObjects || _offsetTable < 9 || _offsetTable > tableEnd ||
