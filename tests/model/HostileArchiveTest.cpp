@@ -98,7 +98,19 @@ TEST_F(HostileArchiveTest, SamplesStillReadAsTheirTree) {
         ASSERT_TRUE(bin.open(QIODevice::WriteOnly) && vimo.open(QIODevice::WriteOnly));
         bin.write(archive);
         vimo.write(VimoFileData::fileDataFromArchive(archive));
+        // Document-style top-level keys, a seed for the fuzz target.
+        KeyedArchiver top;
+        top.encodeColor(Color::white(), "background_color");
+        std::vector<const Codable*> strokes{tree->child.get(), tree.get()};
+        top.encodeObjectArray(strokes, "strokes");
+        top.encodeString("{{40, 60}, {800, 600}}", "window");
+        top.encodeAffineTransform(&*tree->transform, "view_transform");
+        top.encodeData(QByteArray("\x89PNG", 4), "png");
+        QFile document(samplePath("document.bin"));
+        ASSERT_TRUE(document.open(QIODevice::WriteOnly));
+        document.write(top.finishEncoding());
     }
+    EXPECT_EQ(readArchive(readSample("document.bin")), "");
     const VimoFileData file = VimoFileData::archiveFromFileData(readSample("tree.vimo"));
     ASSERT_TRUE(file.isValid());
     EXPECT_EQ(file.archive(), readSample("tree.bin"));
