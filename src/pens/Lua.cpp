@@ -49,6 +49,8 @@ void pushGlobal(lua_State* L, const std::string& name) {
     lua_rawget(L, LUA_GLOBALSINDEX);
 }
 
+int runJob(lua_State* L);
+
 // Logs the error message, then one line per level of the stack: the chunk's
 // source, the current line and the function's name.
 int errorHandler(lua_State* L) {
@@ -58,7 +60,10 @@ int errorHandler(lua_State* L) {
     alerts.scriptLog(message ? message : "(null)");
     lua_Debug ar;
     for (int level = 0; lua_getstack(L, level, &ar); level++) {
-        lua_getinfo(L, "nSl", &ar);
+        lua_getinfo(L, "nSlf", &ar);
+        const bool hostFrame = lua_tocfunction(L, -1) == runJob;
+        lua_pop(L, 1);
+        if (hostFrame) break; // the host's own protected frame is not the script's
         alerts.scriptLog(std::string(ar.source) + ":" + std::to_string(ar.currentline) + " " +
                          (ar.name ? ar.name : "(null)"));
     }
