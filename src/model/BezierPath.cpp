@@ -20,12 +20,13 @@ DPoint toD(Point p) {
 
 // Walks the path as a sequence of line and cubic segments, the way a filler
 // sees it: every subpath is closed back to its start (a fill closes open
-// subpaths too), and elements before the first move start at the zero point,
-// as does a line or curve right after a close from the closed subpath's start.
+// subpaths too), a line or curve right after a close starts from the closed
+// subpath's start, and one with no move before it is ignored, as a graphics
+// context ignores it.
 template <class OnLine, class OnCurve>
 void forEachFilledSegment(std::span<const PathElement> elements, OnLine onLine, OnCurve onCurve) {
     DPoint start{0, 0}, current{0, 0};
-    bool open = false;
+    bool hasCurrent = false, open = false;
     auto closeSubpath = [&] {
         if (open && (current.x != start.x || current.y != start.y)) onLine(current, start);
         current = start;
@@ -36,8 +37,10 @@ void forEachFilledSegment(std::span<const PathElement> elements, OnLine onLine, 
         case MoveToElement:
             closeSubpath();
             start = current = toD(e.points[0]);
+            hasCurrent = true;
             break;
         case LineToElement: {
+            if (!hasCurrent) break;
             const DPoint to = toD(e.points[0]);
             onLine(current, to);
             current = to;
@@ -45,6 +48,7 @@ void forEachFilledSegment(std::span<const PathElement> elements, OnLine onLine, 
             break;
         }
         case CurveToElement: {
+            if (!hasCurrent) break;
             const DPoint to = toD(e.points[2]);
             onCurve(current, toD(e.points[0]), toD(e.points[1]), to);
             current = to;
@@ -64,15 +68,22 @@ void forEachFilledSegment(std::span<const PathElement> elements, OnLine onLine, 
 class BoundsAccumulator {
 public:
     void add(double x, double y) {
+        if (std::isnan(x) || std::isnan(y)) _nan = true;
         _x0 = std::min(_x0, x);
         _y0 = std::min(_y0, y);
         _x1 = std::max(_x1, x);
         _y1 = std::max(_y1, y);
         _any = true;
     }
-    void add(Point p) { add(p.x, p.y); }
+    void add(Point p) { add(double(p.x), double(p.y)); }
     Rect rect() const {
         if (!_any) return {};
+        // A point that is not a number makes the whole box not a number, so
+        // that damaged geometry is noticed rather than ignored.
+        if (_nan) {
+            const float nan = std::numeric_limits<float>::quiet_NaN();
+            return {nan, nan, nan, nan};
+        }
         return {static_cast<float>(_x0), static_cast<float>(_y0), static_cast<float>(_x1 - _x0),
                 static_cast<float>(_y1 - _y0)};
     }
@@ -83,6 +94,7 @@ private:
     double _x1 = -std::numeric_limits<double>::infinity();
     double _y1 = -std::numeric_limits<double>::infinity();
     bool _any = false;
+    bool _nan = false;
 };
 
 double cubicAt(double p0, double p1, double p2, double p3, double t) {
@@ -257,34 +269,23 @@ Point BezierPath::currentPoint() const {
 
 Rect BezierPath::bounds() const {
     BoundsAccumulator acc;
-    Point current;
-    for (const PathElement& e : _elements) {
-        switch (e.type) {
-        case MoveToElement:
-        case LineToElement:
-            current = e.points[0];
-            acc.add(current);
-            break;
-        case CurveToElement: {
-            const Point p0 = current, p1 = e.points[0], p2 = e.points[1], p3 = e.points[2];
-            acc.add(p3);
+    for (const PathElement& e : _elements)
+        if (e.type == MoveToElement) acc.add(e.points[0]);
+    forEachFilledSegment(
+        _elements,
+        [&](DPoint a, DPoint b) {
+            acc.add(a.x, a.y);
+            acc.add(b.x, b.y);
+        },
+        [&](DPoint a, DPoint c1, DPoint c2, DPoint b) {
+            acc.add(a.x, a.y);
+            acc.add(b.x, b.y);
             double ts[2];
-            const int nx = cubicExtrema(p0.x, p1.x, p2.x, p3.x, ts);
-            for (int i = 0; i < nx; ++i) acc.add(cubicAt(p0.x, p1.x, p2.x, p3.x, ts[i]), p3.y);
-            const int ny = cubicExtrema(p0.y, p1.y, p2.y, p3.y, ts);
-            for (int i = 0; i < ny; ++i) acc.add(p3.x, cubicAt(p0.y, p1.y, p2.y, p3.y, ts[i]));
-            current = p3;
-            break;
-        }
-        default:
-            break;
-        }
-    }
-    // A curve's start is the previous element's end, already counted; only a
-    // path that begins without a move starts from the zero point.
-    if (!_elements.empty() && _elements.front().type != MoveToElement &&
-        _elements.front().type != ClosePathElement)
-        acc.add(0, 0);
+            const int nx = cubicExtrema(a.x, c1.x, c2.x, b.x, ts);
+            for (int i = 0; i < nx; ++i) acc.add(cubicAt(a.x, c1.x, c2.x, b.x, ts[i]), b.y);
+            const int ny = cubicExtrema(a.y, c1.y, c2.y, b.y, ts);
+            for (int i = 0; i < ny; ++i) acc.add(b.x, cubicAt(a.y, c1.y, c2.y, b.y, ts[i]));
+        });
     return acc.rect();
 }
 

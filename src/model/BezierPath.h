@@ -10,7 +10,8 @@
 // An editable vector path of move/line/curve/close elements with a line
 // width, line join and winding rule. Its elements are PathElements, so a
 // raster Path is built from elements() without conversion. A line or curve
-// with no move before it starts from the zero point.
+// with no move before it is kept but, as a graphics context does, ignored in
+// bounds and containment.
 class BezierPath {
 public:
     enum class LineJoin { Miter = 0, Round = 1, Bevel = 2 };

@@ -199,13 +199,14 @@ struct KeyedUnarchiver::Impl {
         result.reserve(n);
         plist_array_iter it = nullptr;
         plist_array_new_iter(list, &it);
+        // Freed however the loop ends: decoding an element may throw.
+        const std::unique_ptr<void, void (*)(void*)> iterator(it, free);
         for (std::uint32_t i = 0; i < n; ++i) {
             plist_t item = nullptr;
             plist_array_next_item(list, it, &item);
             if (!item) break;
             result.push_back(decodeAt(uidOf(item, key), key, owner));
         }
-        free(it);
         return result;
     }
 };

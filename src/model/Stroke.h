@@ -19,7 +19,6 @@ class KeyedArchiver;
 class KeyedUnarchiver;
 class Path;
 class PenPoints;
-class QPainter;
 class VimoCanvas;
 
 // One drawn object of a document: the unit that is added, deleted, selected,
@@ -56,9 +55,8 @@ public:
     // An image placed on a corner path: element 0 is one corner, element 1 the
     // corner along the image's width from it, element 3 the corner along its
     // height (element 2 is not read).
-    static std::shared_ptr<Stroke> initWithImage(const QImage& image,
-                                                 std::shared_ptr<BezierPath> cornerPath,
-                                                 float opacity);
+    static std::shared_ptr<Stroke>
+    initWithImage(const QImage& image, std::shared_ptr<BezierPath> cornerPath, float opacity);
     // Reads a stroke written by encodeWithCoder. Never fails by itself: a
     // stroke whose geometry came out unusable is caught by bad().
     static std::shared_ptr<Codable> initWithCoder(KeyedUnarchiver& coder);
@@ -86,8 +84,8 @@ public:
     // without a path.
     const Path* cgPath() const { return _cg_path.get(); }
 
-    // Whether the stroke cannot be used (no path, or bounds that are not
-    // numbers). Image strokes are never bad.
+    // Whether the stroke cannot be used: no path, bounds that are not
+    // numbers, or a transfer mode outside 0..7. Image strokes are never bad.
     bool bad() const;
 
     // Moves the geometry. Pen points change only their stored mapping; the
@@ -112,14 +110,15 @@ public:
     Rect drawInCanvas(VimoCanvas& canvas) const;
     // Paints into a bitmap's context and returns the world rectangle touched.
     Rect drawInContext(CGContextWrapper& context) const;
-    // Vector drawing for printing: the painter's coordinates are taken as
-    // world coordinates (y up; the caller sets the page transform). Transfer
-    // mode and opacity of path strokes are ignored, see canVectorDraw().
-    void draw(QPainter& painter) const;
-    // Maps the image rectangle (0, 0, w, h) onto the corner path: rotated along
-    // the edge from corner 0 to corner 1, scaled to the edge lengths, and
-    // flipped vertically so that the image's first scan line lies at corner 3's
-    // side. Identity for strokes that are not images.
+    // Vector drawing into the current context (CGContextWrapper::
+    // currentContext(); nothing without one), used for printing. Transfer mode
+    // and opacity of path strokes are ignored, see canVectorDraw().
+    void draw() const;
+    // Maps the image rectangle (0, 0, w, h) onto the corner path: centred on
+    // the midpoint of corners 1 and 3, rotated along the edge from corner 0 to
+    // corner 1, scaled to the lengths of the edges from corner 0, and flipped
+    // vertically (deliberately, always). Identity for strokes that are not
+    // images or whose corner path has fewer than four elements.
     AffineMatrix imageTransform() const;
 
     // Whether this stroke and the next one may be painted together into the
@@ -135,6 +134,7 @@ private:
     Stroke();
     // Rebuilds _cg_path from _path and recomputes _bounds.
     void rebuildGeometry();
+    void drawImageInContext(CGContextWrapper& context) const;
 
     std::optional<Color> _color;
     int _transfer_mode = 0;

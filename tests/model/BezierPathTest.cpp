@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 namespace {
@@ -94,6 +95,18 @@ TEST(BezierPath, BoundsFollowCurveExtremesNotControlPoints) {
     expectRectNear(oval, {-5, 5, 10, 4});
     EXPECT_EQ(BezierPath().bounds(), Rect{});
     EXPECT_EQ(BezierPath().controlPointBounds(), Rect{});
+
+    // A curve after a close starts from the closed subpath's start.
+    BezierPath afterClose = BezierPath::bezierPathWithRect({0, 0, 1, 1});
+    afterClose.curveToPoint({0, 0}, {0, -40}, {0, -40});
+    expectRectNear(afterClose.bounds(), {0, -30, 1, 31});
+}
+
+TEST(BezierPath, BoundsOfDamagedGeometryAreNotNumbers) {
+    BezierPath p = BezierPath::bezierPathWithRect({0, 0, 10, 10});
+    p.lineToPoint({std::nanf(""), 3});
+    EXPECT_TRUE(p.bounds().hasNaN());
+    EXPECT_FALSE(BezierPath::bezierPathWithRect({0, 0, 10, 10}).containsPoint({std::nanf(""), 5}));
 }
 
 TEST(BezierPath, ContainsPointUnderBothWindingRules) {
