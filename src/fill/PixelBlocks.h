@@ -118,6 +118,10 @@ inline std::uint64_t withinBits(const std::uint32_t* p, int n, std::uint32_t cen
 inline void writeBits(std::uint32_t* p, std::uint64_t bits, std::uint32_t value) {
 #if defined(__SSE2__)
     const __m128i v = _mm_set1_epi32(static_cast<int>(value));
+    if (bits == ~std::uint64_t(0)) { // a whole block, the common case inside large areas
+        for (int i = 0; i < 64; i += 4) _mm_storeu_si128(reinterpret_cast<__m128i*>(p + i), v);
+        return;
+    }
     while (bits) {
         const int i = std::countr_zero(bits) & ~3;
         if (((bits >> i) & 0xF) == 0xF) {
