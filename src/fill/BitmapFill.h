@@ -36,8 +36,9 @@ public:
     // colour there: no channel of the premultiplied pixels differs by more
     // than tolerance * 255 (0 takes exact matches only, 1 everything). The
     // seed is always filled. Returns the bounds of the filled pixels. bm
-    // must have the receiver's size. A colour with alpha 0 does not count as
-    // filled, so with one only the seed is written.
+    // must have the receiver's size. Pixels already filled in the mask are
+    // kept and count as filled neighbours. A colour with alpha 0 does not
+    // count as filled, so with one only the seed is written.
     Rect floodFill(const Bitmap& bm, Point seed, std::uint32_t color, float tolerance);
 
     // Fills in place the 4-connected area around the seed of pixels equal to
