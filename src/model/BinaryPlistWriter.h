@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -19,6 +19,11 @@
 class BinaryPlistWriter {
 public:
     using Ref = std::uint32_t;
+
+    BinaryPlistWriter() = default;
+    // The shared-value set refers back to the writer.
+    BinaryPlistWriter(const BinaryPlistWriter&) = delete;
+    BinaryPlistWriter& operator=(const BinaryPlistWriter&) = delete;
 
     Ref boolean(bool value);
     Ref integer(std::int64_t value);
@@ -40,13 +45,34 @@ public:
     QByteArray finish(Ref root) const;
 
 private:
+    // Each object is its head (marker, count and, for scalars, strings and
+    // data, the payload) in the byte arena and, for a container, a run of
+    // member references in the reference arena: no allocation per object.
     struct Object {
-        QByteArray head;       // marker, count and, for scalars, the payload
-        std::vector<Ref> refs; // members of a container
+        std::size_t head = 0;
+        std::size_t headSize = 0;
+        std::size_t refs = 0;
+        std::size_t refCount = 0;
     };
-    Ref add(Object object);
-    Ref shared(QByteArray head);
+    Ref add(const char* head, std::size_t size);
+    // A scalar or string stored once: equal heads give the same object.
+    Ref shared(const char* head, std::size_t size);
+    Ref withCount(unsigned type, std::uint64_t count, const char* payload, std::size_t size,
+                  bool share);
+    std::string_view headOf(const Object& o) const { return {_bytes.data() + o.head, o.headSize}; }
+
+    // Shared objects are found by the content of their heads.
+    struct HeadHash {
+        const BinaryPlistWriter* w;
+        std::size_t operator()(Ref r) const;
+    };
+    struct HeadEqual {
+        const BinaryPlistWriter* w;
+        bool operator()(Ref a, Ref b) const;
+    };
 
     std::vector<Object> _objects;
-    std::unordered_map<std::string, Ref> _shared;
+    std::string _bytes;
+    std::vector<Ref> _refs;
+    std::unordered_set<Ref, HeadHash, HeadEqual> _shared{1024, HeadHash{this}, HeadEqual{this}};
 };
