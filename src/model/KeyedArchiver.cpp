@@ -3,12 +3,11 @@
 #include "model/AffineTransform.h"
 #include "model/ArchiveBytes.h"
 #include "model/BezierPath.h"
+#include "model/BinaryPlistWriter.h"
 #include "raster/Assert.h"
 
 #include <QBuffer>
 #include <QImageWriter>
-
-#include <plist/plist.h>
 
 #include <algorithm>
 #include <string>
@@ -18,10 +17,14 @@ using namespace archive_bytes;
 
 namespace {
 
+using Ref = BinaryPlistWriter::Ref;
+using Entries = std::vector<std::pair<Ref, Ref>>;
+
 // The dictionary being filled: the top-level keys or one object's record.
 struct Frame {
-    plist_t dict;
+    Entries entries;
     const Codable* object; // null for the top-level keys
+    Ref record;            // the record's reserved slot (unused for the top level)
     QByteArray values;
 };
 
@@ -42,65 +45,55 @@ private:
 } // namespace
 
 struct KeyedArchiver::Impl {
-    plist_t objects = plist_new_array();
-    plist_t top = plist_new_dict();
-    std::uint64_t objectCount = 0;
+    BinaryPlistWriter plist;
+    std::vector<Ref> objects; // $objects, indexed by UID
     std::unordered_map<std::string, std::uint64_t> classUids;
     std::vector<Frame> frames;
     BlockWriter writer{frames};
+    KeyedArchiver* owner = nullptr;
     bool finished = false;
 
     Impl() {
-        plist_array_append_item(objects, plist_new_string("$null"));
-        objectCount = 1;
-        frames.push_back({top, nullptr, {}});
-    }
-    ~Impl() {
-        if (!finished) {
-            plist_free(objects);
-            plist_free(top);
-        }
+        objects.push_back(plist.string("$null"));
+        frames.push_back({{}, nullptr, 0, {}});
     }
 
-    plist_t current() {
+    Entries& current() {
         VIMO_ASSERT(!finished);
-        return frames.back().dict;
+        return frames.back().entries;
     }
-    void set(std::string_view key, plist_t value) {
-        plist_dict_set_item(current(), std::string(key).c_str(), value);
-    }
+    void set(std::string_view key, Ref value) { current().emplace_back(plist.string(key), value); }
+    void setUid(std::string_view key, std::uint64_t uid) { set(key, plist.uid(uid)); }
 
-    std::uint64_t addObject(plist_t node) {
-        plist_array_append_item(objects, node);
-        return objectCount++;
+    std::uint64_t addObject(Ref ref) {
+        objects.push_back(ref);
+        return objects.size() - 1;
     }
 
     std::uint64_t classUid(const char* name) {
         auto it = classUids.find(name);
         if (it != classUids.end()) return it->second;
-        plist_t record = plist_new_dict();
-        plist_dict_set_item(record, "$classname", plist_new_string(name));
-        plist_t classes = plist_new_array();
-        plist_array_append_item(classes, plist_new_string(name));
-        plist_dict_set_item(record, "$classes", classes);
+        const Ref className = plist.string(name);
+        const Ref record = plist.dictionary({{plist.string("$classname"), className},
+                                             {plist.string("$classes"), plist.array({className})}});
         const std::uint64_t uid = addObject(record);
         classUids.emplace(name, uid);
         return uid;
     }
 
-    // A new object record of the class; returns its dictionary and sets *uid.
-    plist_t newRecord(const char* className, std::uint64_t* uid) {
-        plist_t dict = plist_new_dict();
-        *uid = addObject(dict);
-        plist_dict_set_item(dict, "$class", plist_new_uid(classUid(className)));
-        return dict;
+    // A value-class record made of the given entries; returns its UID.
+    std::uint64_t valueRecord(const char* className, Entries entries) {
+        entries.insert(entries.begin(), {plist.string("$class"), plist.uid(classUid(className))});
+        return addObject(plist.dictionary(entries));
+    }
+    Ref blob(const QByteArray& bytes) {
+        return plist.data(bytes.constData(), std::size_t(bytes.size()));
     }
 
+    // Closes a frame into its record (or, for the top level, returns its entries).
     void flushValues(Frame& frame) {
         if (!frame.values.isEmpty())
-            plist_dict_set_item(
-                frame.dict, kValuesKey,
-                plist_new_data(frame.values.constData(), std::uint64_t(frame.values.size())));
+            frame.entries.emplace_back(plist.string(kValuesKey), blob(frame.values));
     }
 
     std::uint64_t encodeCodable(const Codable* object) {
@@ -109,16 +102,19 @@ struct KeyedArchiver::Impl {
         VIMO_ASSERT(std::none_of(frames.begin(), frames.end(),
                                  [object](const Frame& f) { return f.object == object; }));
         const std::string className = object->archiveClassName();
-        std::uint64_t uid = 0;
-        plist_t dict = newRecord(className.c_str(), &uid);
-        frames.push_back({dict, object, {}});
+        const Ref record = plist.reserve();
+        const std::uint64_t uid = addObject(record);
+        frames.push_back({{{plist.string("$class"), plist.uid(classUid(className.c_str()))}},
+                          object,
+                          record,
+                          {}});
         object->encodeWithCoder(*owner);
-        flushValues(frames.back());
+        Frame& frame = frames.back();
+        flushValues(frame);
+        plist.setDictionary(frame.record, frame.entries);
         frames.pop_back();
         return uid;
     }
-
-    KeyedArchiver* owner = nullptr;
 };
 
 KeyedArchiver::KeyedArchiver() : _impl(std::make_unique<Impl>()) {
@@ -128,73 +124,61 @@ KeyedArchiver::KeyedArchiver() : _impl(std::make_unique<Impl>()) {
 KeyedArchiver::~KeyedArchiver() = default;
 
 void KeyedArchiver::encodeObject(const Codable* object, std::string_view key) {
-    const std::uint64_t uid = _impl->encodeCodable(object);
-    _impl->set(key, plist_new_uid(uid));
+    _impl->setUid(key, _impl->encodeCodable(object));
 }
 
 void KeyedArchiver::encodeObjectArray(std::span<const Codable* const> objects,
                                       std::string_view key) {
-    std::uint64_t uid = 0;
-    plist_t dict = _impl->newRecord(kArrayClass, &uid);
-    plist_t list = plist_new_array();
+    std::vector<Ref> list;
+    list.reserve(objects.size());
     for (const Codable* object : objects)
-        plist_array_append_item(list, plist_new_uid(_impl->encodeCodable(object)));
-    plist_dict_set_item(dict, "objects", list);
-    _impl->set(key, plist_new_uid(uid));
+        list.push_back(_impl->plist.uid(_impl->encodeCodable(object)));
+    BinaryPlistWriter& p = _impl->plist;
+    _impl->setUid(
+        key, _impl->valueRecord(kArrayClass, {{p.string("objects"), p.array(std::move(list))}}));
 }
 
 void KeyedArchiver::encodeBool(bool value, std::string_view key) {
-    _impl->set(key, plist_new_bool(value ? 1 : 0));
+    _impl->set(key, _impl->plist.boolean(value));
 }
 
 void KeyedArchiver::encodeInt(std::int64_t value, std::string_view key) {
-    // Property lists store negative integers as 8-byte two's complement.
-    _impl->set(key, plist_new_uint(std::uint64_t(value)));
+    _impl->set(key, _impl->plist.integer(value));
 }
 
 void KeyedArchiver::encodeFloat(float value, std::string_view key) {
-    _impl->set(key, plist_new_real(double(value)));
+    _impl->set(key, _impl->plist.real(double(value)));
 }
 
 void KeyedArchiver::encodeDouble(double value, std::string_view key) {
-    _impl->set(key, plist_new_real(value));
+    _impl->set(key, _impl->plist.real(value));
 }
 
 void KeyedArchiver::encodeString(const std::string& value, std::string_view key) {
-    _impl->set(key, plist_new_uid(_impl->addObject(plist_new_string(value.c_str()))));
+    _impl->setUid(key, _impl->addObject(_impl->plist.string(value)));
 }
 
 void KeyedArchiver::encodeData(const QByteArray& value, std::string_view key) {
-    _impl->set(key, plist_new_uid(_impl->addObject(
-                        plist_new_data(value.constData(), std::uint64_t(value.size())))));
+    _impl->setUid(key, _impl->addObject(_impl->blob(value)));
 }
 
 void KeyedArchiver::encodeColor(const std::optional<Color>& value, std::string_view key) {
-    if (!value) {
-        _impl->set(key, plist_new_uid(0));
-        return;
-    }
-    std::uint64_t uid = 0;
-    plist_t dict = _impl->newRecord(kColorClass, &uid);
-    plist_dict_set_item(dict, "space",
-                        plist_new_uint(value->space() == Color::Space::DeviceRGB ? 1 : 0));
+    if (!value) return _impl->setUid(key, 0);
     QByteArray rgba;
     rgba.reserve(16);
     appendFloat(rgba, value->redComponent());
     appendFloat(rgba, value->greenComponent());
     appendFloat(rgba, value->blueComponent());
     appendFloat(rgba, value->alphaComponent());
-    plist_dict_set_item(dict, "rgba", plist_new_data(rgba.constData(), 16));
-    _impl->set(key, plist_new_uid(uid));
+    BinaryPlistWriter& p = _impl->plist;
+    const bool device = value->space() == Color::Space::DeviceRGB;
+    _impl->setUid(key,
+                  _impl->valueRecord(kColorClass, {{p.string("space"), p.integer(device ? 1 : 0)},
+                                                   {p.string("rgba"), _impl->blob(rgba)}}));
 }
 
 void KeyedArchiver::encodeBezierPath(const BezierPath* value, std::string_view key) {
-    if (!value) {
-        _impl->set(key, plist_new_uid(0));
-        return;
-    }
-    std::uint64_t uid = 0;
-    plist_t dict = _impl->newRecord(kBezierPathClass, &uid);
+    if (!value) return _impl->setUid(key, 0);
     QByteArray elements;
     elements.reserve(qsizetype(value->elements().size()) * 9);
     for (const PathElement& e : value->elements()) {
@@ -206,44 +190,37 @@ void KeyedArchiver::encodeBezierPath(const BezierPath* value, std::string_view k
             appendFloat(elements, e.points[i].y);
         }
     }
-    plist_dict_set_item(dict, "elements",
-                        plist_new_data(elements.constData(), std::uint64_t(elements.size())));
-    plist_dict_set_item(dict, "line_width", plist_new_real(double(value->lineWidth())));
-    plist_dict_set_item(dict, "line_join", plist_new_uint(std::uint64_t(value->lineJoinStyle())));
-    plist_dict_set_item(dict, "winding_rule", plist_new_uint(std::uint64_t(value->windingRule())));
-    _impl->set(key, plist_new_uid(uid));
+    BinaryPlistWriter& p = _impl->plist;
+    _impl->setUid(key,
+                  _impl->valueRecord(
+                      kBezierPathClass,
+                      {{p.string("elements"), _impl->blob(elements)},
+                       {p.string("line_width"), p.real(double(value->lineWidth()))},
+                       {p.string("line_join"), p.integer(std::int64_t(value->lineJoinStyle()))},
+                       {p.string("winding_rule"), p.integer(std::int64_t(value->windingRule()))}}));
 }
 
 void KeyedArchiver::encodeAffineTransform(const AffineTransform* value, std::string_view key) {
-    if (!value) {
-        _impl->set(key, plist_new_uid(0));
-        return;
-    }
-    std::uint64_t uid = 0;
-    plist_t dict = _impl->newRecord(kAffineTransformClass, &uid);
+    if (!value) return _impl->setUid(key, 0);
     const AffineMatrix& m = value->transformStruct();
     QByteArray matrix;
     matrix.reserve(24);
     for (float f : {m.a, m.b, m.c, m.d, m.tx, m.ty}) appendFloat(matrix, f);
-    plist_dict_set_item(dict, "matrix", plist_new_data(matrix.constData(), 24));
-    _impl->set(key, plist_new_uid(uid));
+    BinaryPlistWriter& p = _impl->plist;
+    _impl->setUid(key, _impl->valueRecord(kAffineTransformClass,
+                                          {{p.string("matrix"), _impl->blob(matrix)}}));
 }
 
 void KeyedArchiver::encodeImage(const QImage* value, std::string_view key) {
-    if (!value || value->isNull()) {
-        _impl->set(key, plist_new_uid(0));
-        return;
-    }
+    if (!value || value->isNull()) return _impl->setUid(key, 0);
     QByteArray png;
     QBuffer buffer(&png);
     buffer.open(QIODevice::WriteOnly);
     QImageWriter writer(&buffer, "PNG");
     const bool written = writer.write(*value);
     VIMO_ASSERT(written);
-    std::uint64_t uid = 0;
-    plist_t dict = _impl->newRecord(kImageClass, &uid);
-    plist_dict_set_item(dict, "png", plist_new_data(png.constData(), std::uint64_t(png.size())));
-    _impl->set(key, plist_new_uid(uid));
+    BinaryPlistWriter& p = _impl->plist;
+    _impl->setUid(key, _impl->valueRecord(kImageClass, {{p.string("png"), _impl->blob(png)}}));
 }
 
 SequentialWriter& KeyedArchiver::sequentialValues() {
@@ -254,21 +231,17 @@ SequentialWriter& KeyedArchiver::sequentialValues() {
 QByteArray KeyedArchiver::finishEncoding() {
     VIMO_ASSERT(!_impl->finished);
     VIMO_ASSERT(_impl->frames.size() == 1);
-    _impl->flushValues(_impl->frames.front());
-    _impl->finished = true;
-    plist_t root = plist_new_dict();
-    plist_dict_set_item(root, "$archiver", plist_new_string(kArchiverName));
-    plist_dict_set_item(root, "$top", _impl->top);
-    plist_dict_set_item(root, "$objects", _impl->objects);
-    plist_dict_set_item(root, "$version", plist_new_uint(kVersion));
-    char* bytes = nullptr;
-    std::uint32_t length = 0;
-    plist_to_bin(root, &bytes, &length);
-    plist_free(root);
-    VIMO_ASSERT(bytes != nullptr);
-    QByteArray out(bytes, qsizetype(length));
-    plist_to_bin_free(bytes);
-    return out;
+    Impl& d = *_impl;
+    d.flushValues(d.frames.front());
+    d.finished = true;
+    BinaryPlistWriter& p = d.plist;
+    const Ref top = p.dictionary(d.frames.front().entries);
+    const Ref objects = p.array(std::move(d.objects));
+    const Ref root = p.dictionary({{p.string("$archiver"), p.string(kArchiverName)},
+                                   {p.string("$top"), top},
+                                   {p.string("$objects"), objects},
+                                   {p.string("$version"), p.integer(std::int64_t(kVersion))}});
+    return p.finish(root);
 }
 
 QByteArray KeyedArchiver::archivedDataWithRootObject(const Codable& root) {
