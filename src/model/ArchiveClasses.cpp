@@ -1,8 +1,11 @@
 #include "model/ArchiveClasses.h"
 
 #include "model/KeyedUnarchiver.h"
+#include "model/PenPoints.h"
+#include "model/Strokes.h"
 
 void registerModelArchiveClasses() {
-    // Each archivable model class adds its factory here, for example:
-    //   KeyedUnarchiver::registerClass("Stroke", &Stroke::initWithCoder);
+    // Each archivable model class adds its factory here.
+    KeyedUnarchiver::registerClass("PenPoints", &PenPoints::initWithCoder);
+    KeyedUnarchiver::registerClass("Strokes", &Strokes::initWithCoder);
 }

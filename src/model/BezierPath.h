@@ -9,7 +9,9 @@
 
 // An editable vector path of move/line/curve/close elements with a line
 // width, line join and winding rule. Its elements are PathElements, so a
-// raster Path is built from elements() without conversion.
+// raster Path is built from elements() without conversion. A line or curve
+// with no move before it is kept but, as a graphics context does, ignored in
+// bounds and containment.
 class BezierPath {
 public:
     enum class LineJoin { Miter = 0, Round = 1, Bevel = 2 };
@@ -40,7 +42,8 @@ public:
     PathElementType elementAtIndex(int index, Point* associatedPoints = nullptr) const;
     const PathElement& element(int index) const { return _elements[std::size_t(index)]; }
     std::span<const PathElement> elements() const { return _elements; }
-    // The last point added (the zero point for an empty path).
+    // The last point added (the zero point for an empty path); after a close,
+    // the start of the closed subpath.
     Point currentPoint() const;
 
     // Attributes.
@@ -59,6 +62,10 @@ public:
     Rect controlPointBounds() const;
     // Whether p lies inside the filled path under its winding rule.
     bool containsPoint(Point p) const;
+    // The signed number of times the filled outline winds around p
+    // (counter-clockwise with y up counts positive); open subpaths are closed
+    // as a fill closes them.
+    int windingCountAtPoint(Point p) const;
     void transformUsingAffineTransform(const AffineTransform& t);
 
     friend bool operator==(const BezierPath&, const BezierPath&) = default;

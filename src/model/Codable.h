@@ -7,7 +7,7 @@ class KeyedArchiver;
 class KeyedUnarchiver;
 
 // A model object that writes itself into a keyed archive by keys and is read
-// back by the factory registered for its class name (see ArchiveRegistry).
+// back by the factory registered for its class name (KeyedUnarchiver::registerClass).
 class Codable {
 public:
     virtual ~Codable() = default;

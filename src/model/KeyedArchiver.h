@@ -63,6 +63,17 @@ public:
     // Archives a single root object under "root".
     static QByteArray archivedDataWithRootObject(const Codable& root);
 
+    // The archive's identification and the class names of the value classes.
+    static constexpr const char* kArchiverName = "VimoKeyedArchiver";
+    static constexpr std::uint64_t kVersion = 100000;
+    static constexpr const char* kColorClass = "VimoColor";
+    static constexpr const char* kBezierPathClass = "VimoBezierPath";
+    static constexpr const char* kAffineTransformClass = "VimoAffineTransform";
+    static constexpr const char* kImageClass = "VimoImage";
+    static constexpr const char* kArrayClass = "VimoArray";
+    // The key of an object's unkeyed value block.
+    static constexpr const char* kValuesKey = "$values";
+
 private:
     struct Impl;
     std::unique_ptr<Impl> _impl;

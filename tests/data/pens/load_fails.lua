@@ -1,0 +1,2 @@
+name = "Fails While Loading"
+error("cannot start")

@@ -1,0 +1,12 @@
+name = "Settings Pen"
+key = "cmd-opt-3"
+default = true
+icon_position = 4
+radius = 7.5
+opacity = "0.25"
+numeric_name = 12
+flag_number = 1
+flag = false
+parameters = {"width", 3, "size"}
+mixed = {"a", true, "b"}
+empty = {}

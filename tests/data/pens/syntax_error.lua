@@ -1,0 +1,4 @@
+name = "Broken"
+function pen_down(point
+  x = 1
+end

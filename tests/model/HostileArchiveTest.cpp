@@ -1,0 +1,370 @@
+#include "model/KeyedArchiver.h"
+#include "model/KeyedUnarchiver.h"
+#include "model/VimoFileData.h"
+#include "support/ArchiveTestNode.h"
+
+#include <gtest/gtest.h>
+#include <plist/plist.h>
+
+#include <QFile>
+#include <QtEndian>
+
+#include <zlib.h>
+
+#include <cstdlib>
+#include <random>
+
+// Reading never trusts the file: every damaged or hostile input must end in
+// an ArchiveError (or an invalid file result) with a readable reason, never a
+// crash, a hang or unbounded memory. Any other exception fails the test.
+
+namespace {
+
+QString samplePath(const char* name) {
+    return QString(VIMO_TEST_DATA_DIR) + "/archive/" + name;
+}
+
+QByteArray readSample(const char* name) {
+    QFile file(samplePath(name));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    return file.readAll();
+}
+
+// Decodes the whole archive; returns the error message, empty on success.
+std::string readArchive(const QByteArray& archive) {
+    try {
+        KeyedUnarchiver reader(archive);
+        reader.decodeObject("root");
+        return {};
+    } catch (const ArchiveError& e) {
+        EXPECT_NE(std::string(e.what()), "");
+        return e.what();
+    }
+}
+
+std::string readFile(const QByteArray& content) {
+    const VimoFileData file = VimoFileData::archiveFromFileData(content);
+    return file.isValid() ? readArchive(file.archive()) : file.errorReason();
+}
+
+// A binary property list assembled from raw objects (references inside
+// them are refSize bytes wide), for structures no writer would make.
+QByteArray bplist(const std::vector<QByteArray>& objects, std::uint64_t root, int refSize) {
+    QByteArray out("bplist00");
+    std::vector<std::uint32_t> offsets;
+    for (const QByteArray& o : objects) {
+        offsets.push_back(std::uint32_t(out.size()));
+        out += o;
+    }
+    const auto tableOffset = std::uint64_t(out.size());
+    for (std::uint32_t off : offsets) {
+        char b[4];
+        qToBigEndian(off, b);
+        out.append(b, 4);
+    }
+    QByteArray trailer(32, '\0');
+    trailer[6] = 4;
+    trailer[7] = char(refSize);
+    qToBigEndian(std::uint64_t(objects.size()), trailer.data() + 8);
+    qToBigEndian(root, trailer.data() + 16);
+    qToBigEndian(tableOffset, trailer.data() + 24);
+    return out + trailer;
+}
+
+QByteArray ref(std::uint32_t index) {
+    char b[4];
+    qToBigEndian(index, b);
+    return QByteArray(b, 4);
+}
+
+// An array or data marker with its count (long counts follow as an integer).
+QByteArray marker(unsigned type, std::uint32_t count) {
+    if (count < 15) return QByteArray(1, char(type << 4 | count));
+    return QByteArray(1, char(type << 4 | 0xF)) + QByteArray("\x12", 1) + ref(count);
+}
+
+class HostileArchiveTest : public ::testing::Test {
+protected:
+    void SetUp() override { ArchiveTestNode::registerClass(); }
+};
+
+// The samples were written by this code; they must keep reading as the tree
+// they were made from. VIMO_WRITE_ARCHIVE_SAMPLES=1 rewrites them.
+TEST_F(HostileArchiveTest, SamplesStillReadAsTheirTree) {
+    const auto tree = ArchiveTestNode::sampleTree();
+    if (std::getenv("VIMO_WRITE_ARCHIVE_SAMPLES")) {
+        const QByteArray archive = KeyedArchiver::archivedDataWithRootObject(*tree);
+        QFile bin(samplePath("tree.bin")), vimo(samplePath("tree.vimo"));
+        ASSERT_TRUE(bin.open(QIODevice::WriteOnly) && vimo.open(QIODevice::WriteOnly));
+        bin.write(archive);
+        vimo.write(VimoFileData::fileDataFromArchive(archive));
+        // Document-style top-level keys, a seed for the fuzz target.
+        KeyedArchiver top;
+        top.encodeColor(Color::white(), "background_color");
+        std::vector<const Codable*> strokes{tree->child.get(), tree.get()};
+        top.encodeObjectArray(strokes, "strokes");
+        top.encodeString("{{40, 60}, {800, 600}}", "window");
+        top.encodeAffineTransform(&*tree->transform, "view_transform");
+        top.encodeData(QByteArray("\x89PNG", 4), "png");
+        QFile document(samplePath("document.bin"));
+        ASSERT_TRUE(document.open(QIODevice::WriteOnly));
+        document.write(top.finishEncoding());
+    }
+    EXPECT_EQ(readArchive(readSample("document.bin")), "");
+    const VimoFileData file = VimoFileData::archiveFromFileData(readSample("tree.vimo"));
+    ASSERT_TRUE(file.isValid());
+    EXPECT_EQ(file.archive(), readSample("tree.bin"));
+    auto root = std::dynamic_pointer_cast<ArchiveTestNode>(
+        KeyedUnarchiver::unarchiveObjectWithData(file.archive()));
+    ASSERT_TRUE(root);
+    EXPECT_TRUE(root->sameAs(*tree));
+}
+
+TEST_F(HostileArchiveTest, EveryTruncationIsRefused) {
+    const QByteArray archive = readSample("tree.bin");
+    const QByteArray file = readSample("tree.vimo");
+    ASSERT_GT(archive.size(), 500);
+    for (qsizetype n = 0; n < archive.size(); ++n)
+        EXPECT_NE(readArchive(archive.left(n)), "") << "archive cut at " << n;
+    // Files cut anywhere, and payloads cut anywhere but still carrying the trailer.
+    const QByteArray payload = file.left(file.size() - 12);
+    for (qsizetype n = 0; n < file.size(); ++n) {
+        EXPECT_NE(readFile(file.left(n)), "") << "file cut at " << n;
+        if (n < payload.size()) {
+            EXPECT_NE(readFile(payload.left(n) + "VIMO0100ZLIB"), "") << "payload cut at " << n;
+        }
+    }
+}
+
+TEST_F(HostileArchiveTest, RandomCorruptionNeverCrashes) {
+    const QByteArray archive = readSample("tree.bin");
+    std::mt19937 rng(20240611);
+    int refused = 0;
+    for (int round = 0; round < 4000; ++round) {
+        QByteArray damaged = archive;
+        const int edits = 1 + int(rng() % 6);
+        for (int e = 0; e < edits; ++e) {
+            const auto at = qsizetype(rng() % std::uint32_t(damaged.size()));
+            switch (rng() % 4) {
+            case 0:
+                damaged[at] = char(rng());
+                break;
+            case 1:
+                damaged[at] = char(damaged[at] ^ (1 << (rng() % 8)));
+                break;
+            case 2:
+                damaged.remove(at, 1 + qsizetype(rng() % 4));
+                break;
+            default:
+                damaged.insert(at, char(rng()));
+                break;
+            }
+        }
+        // Half of the rounds go through the compressed container.
+        const std::string error =
+            round % 2 ? readArchive(damaged) : readFile(VimoFileData::fileDataFromArchive(damaged));
+        refused += !error.empty();
+    }
+    // Most damage is noticed (some lands in values, which stay readable).
+    EXPECT_GT(refused, 1000);
+}
+
+TEST_F(HostileArchiveTest, NestingBombIsRefusedBeforeParsing) {
+    std::vector<QByteArray> objects;
+    const std::uint32_t depth = 100000;
+    for (std::uint32_t i = 0; i < depth; ++i) objects.push_back(marker(0xA, 1) + ref(i + 1));
+    objects.push_back(marker(0xA, 0));
+    const std::string error = readArchive(bplist(objects, 0, 4));
+    EXPECT_NE(error.find("nested too deeply"), std::string::npos) << error;
+}
+
+TEST_F(HostileArchiveTest, SharedAndCyclicContainersAreRefused) {
+    // An array holding itself.
+    EXPECT_NE(readArchive(bplist({marker(0xA, 1) + ref(0)}, 0, 4)), "");
+    // 60 levels of arrays each holding the next twice: 2^60 nodes once expanded.
+    std::vector<QByteArray> laughs;
+    for (std::uint32_t i = 0; i < 60; ++i)
+        laughs.push_back(marker(0xA, 2) + ref(i + 1) + ref(i + 1));
+    laughs.push_back(marker(0xA, 0));
+    EXPECT_NE(readArchive(bplist(laughs, 0, 4)).find("contained twice"), std::string::npos);
+    // One 60 kB data referenced 30 000 times: 1.8 GB once expanded.
+    QByteArray list = marker(0xA, 30000);
+    for (int i = 0; i < 30000; ++i) list += ref(1);
+    const std::string error =
+        readArchive(bplist({list, marker(0x4, 60000) + QByteArray(60000, 'd')}, 0, 4));
+    EXPECT_NE(error.find("too much data"), std::string::npos) << error;
+}
+
+TEST_F(HostileArchiveTest, MalformedPropertyListsAreRefused) {
+    const QByteArray leaf = marker(0x4, 3) + "abc";
+    const std::vector<std::pair<const char*, QByteArray>> cases = {
+        {"reference out of range", bplist({marker(0xA, 1) + ref(7), leaf}, 0, 4)},
+        {"root out of range", bplist({leaf}, 3, 4)},
+        {"data past its end", bplist({marker(0x4, 14) + "abc"}, 0, 4)},
+        {"huge count", bplist({QByteArray("\x4f\x13\x7f\xff\xff\xff\xff\xff\xff\xff", 10)}, 0, 4)},
+        {"key not a string", bplist({marker(0xD, 1) + ref(1) + ref(1), leaf}, 0, 4)},
+        {"unknown marker", bplist({QByteArray("\x70", 1)}, 0, 4)},
+        {"null marker", bplist({QByteArray("\x00", 1)}, 0, 4)},
+        {"odd real", bplist({QByteArray("\x21\x00\x00", 3)}, 0, 4)},
+        {"reference width 0", bplist({leaf}, 0, 0)},
+    };
+    for (const auto& [what, bytes] : cases) {
+        const std::string error = readArchive(bytes);
+        EXPECT_TRUE(error.starts_with("the file is damaged")) << what << ": " << error;
+    }
+    // Not a property list at all, or a property list of someone else.
+    for (const QByteArray& alien : {QByteArray(), QByteArray("hello"), QByteArray(100, 'b'),
+                                    QByteArray("<?xml version=\"1.0\"?><plist><dict/></plist>")})
+        EXPECT_EQ(readArchive(alien), "not a Vimo file");
+    plist_t dict = plist_new_dict();
+    plist_dict_set_item(dict, "$archiver", plist_new_string("SomeoneElse"));
+    char* bytes = nullptr;
+    std::uint32_t length = 0;
+    plist_to_bin(dict, &bytes, &length);
+    EXPECT_EQ(readArchive(QByteArray(bytes, length)), "not a Vimo file");
+    plist_to_bin_free(bytes);
+    plist_free(dict);
+}
+
+// Edits a well-formed archive of one node through libplist and reads it.
+class ArchiveSurgery {
+public:
+    explicit ArchiveSurgery(const ArchiveTestNode& node) {
+        const QByteArray bytes = KeyedArchiver::archivedDataWithRootObject(node);
+        plist_from_bin(bytes.constData(), std::uint32_t(bytes.size()), &_root);
+        objects = plist_dict_get_item(_root, "$objects");
+        plist_get_uid_val(plist_dict_get_item(plist_dict_get_item(_root, "$top"), "root"),
+                          &rootUid);
+        record = plist_array_get_item(objects, std::uint32_t(rootUid));
+    }
+    ~ArchiveSurgery() { plist_free(_root); }
+    // The record of the value object under key of the root.
+    plist_t recordOf(const char* key) const {
+        std::uint64_t uid = 0;
+        plist_get_uid_val(plist_dict_get_item(record, key), &uid);
+        return plist_array_get_item(objects, std::uint32_t(uid));
+    }
+    std::string read() const {
+        char* bytes = nullptr;
+        std::uint32_t length = 0;
+        plist_to_bin(_root, &bytes, &length);
+        std::string error = readArchive(QByteArray(bytes, length));
+        plist_to_bin_free(bytes);
+        return error;
+    }
+    plist_t root() const { return _root; }
+
+    plist_t objects = nullptr;
+    plist_t record = nullptr;
+    std::uint64_t rootUid = 0;
+
+private:
+    plist_t _root = nullptr;
+};
+
+TEST_F(HostileArchiveTest, BrokenObjectGraphsAreRefused) {
+    const auto tree = ArchiveTestNode::sampleTree();
+    using Edit = std::function<void(ArchiveSurgery&)>;
+    const std::vector<std::pair<const char*, Edit>> edits = {
+        {"object refers to itself",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.record, "child", plist_new_uid(s.rootUid));
+         }},
+        {"reference past the table",
+         [](ArchiveSurgery& s) { plist_dict_set_item(s.record, "child", plist_new_uid(99999)); }},
+        {"number where an object belongs",
+         [](ArchiveSurgery& s) { plist_dict_set_item(s.record, "child", plist_new_uint(3)); }},
+        {"string where a number belongs",
+         [](ArchiveSurgery& s) { plist_dict_set_item(s.record, "number", plist_new_string("7")); }},
+        {"class reference not a UID",
+         [](ArchiveSurgery& s) { plist_dict_set_item(s.record, "$class", plist_new_uint(1)); }},
+        {"class record without a name",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.record, "$class", plist_new_uid(s.rootUid));
+         }},
+        {"no null object first",
+         [](ArchiveSurgery& s) { plist_array_set_item(s.objects, plist_new_string("x"), 0); }},
+        {"no object table",
+         [](ArchiveSurgery& s) { plist_dict_remove_item(s.root(), "$objects"); }},
+        {"colour of 3 numbers",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.recordOf("color"), "rgba", plist_new_data("123456789012", 12));
+         }},
+        {"colour in an unknown space",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.recordOf("color"), "space", plist_new_uint(9));
+         }},
+        {"path element of unknown type",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.recordOf("path"), "elements", plist_new_data("\x09", 1));
+         }},
+        {"path cut in mid-element",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.recordOf("path"), "elements", plist_new_data("\x00\x01\x02", 3));
+         }},
+        {"path with unknown winding rule",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.recordOf("path"), "winding_rule", plist_new_uint(2));
+         }},
+        {"transform of 5 numbers",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.recordOf("transform"), "matrix",
+                                 plist_new_data("01234567890123456789", 20));
+         }},
+        {"image that is not a PNG",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.recordOf("image"), "png", plist_new_data("\x89PNG junk", 9));
+         }},
+        {"values shorter than their count",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.record, "$values", plist_new_data("\x00\x00\x00\x00\x09", 5));
+         }},
+        {"values that are not data",
+         [](ArchiveSurgery& s) {
+             plist_dict_set_item(s.record, "$values", plist_new_string("x"));
+         }},
+        {"array without its list",
+         [](ArchiveSurgery& s) { plist_dict_remove_item(s.recordOf("children"), "objects"); }},
+        {"array listing a colour",
+         [](ArchiveSurgery& s) {
+             plist_t list = plist_dict_get_item(s.recordOf("children"), "objects");
+             plist_array_set_item(list, plist_copy(plist_dict_get_item(s.record, "color")), 0);
+         }},
+    };
+    for (const auto& [what, edit] : edits) {
+        ArchiveSurgery surgery(*tree);
+        EXPECT_EQ(surgery.read(), "") << "unedited, before " << what;
+        edit(surgery);
+        const std::string error = surgery.read();
+        EXPECT_TRUE(error.starts_with("the file is damaged") || error == "not a Vimo file")
+            << what << ": " << error;
+    }
+}
+
+TEST_F(HostileArchiveTest, DeepObjectChainsAreRefused) {
+    auto head = std::make_shared<ArchiveTestNode>();
+    auto node = head;
+    for (int i = 0; i < 400; ++i) node = node->child = std::make_shared<ArchiveTestNode>();
+    const std::string error = readArchive(KeyedArchiver::archivedDataWithRootObject(*head));
+    EXPECT_NE(error.find("nested too deeply"), std::string::npos) << error;
+    // A chain of 100 is fine.
+    head->child->child->child->child = nullptr;
+    EXPECT_EQ(readArchive(KeyedArchiver::archivedDataWithRootObject(*head)), "");
+}
+
+TEST_F(HostileArchiveTest, HugeImagesAreRefusedBeforeDecoding) {
+    // A PNG header declaring 100 000 x 100 000 pixels, without the pixels.
+    ArchiveTestNode node;
+    node.image = QImage(1, 1, QImage::Format_ARGB32);
+    ArchiveSurgery surgery(node);
+    QByteArray png("\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR\0\x01\x86\xa0\0\x01\x86\xa0\x08\x06\0\0\0", 29);
+    char crc[4];
+    qToBigEndian(std::uint32_t(crc32(0, reinterpret_cast<const Bytef*>(png.constData() + 12), 17)),
+                 crc);
+    png += QByteArray(crc, 4);
+    plist_dict_set_item(surgery.recordOf("image"), "png",
+                        plist_new_data(png.constData(), std::uint64_t(png.size())));
+    EXPECT_TRUE(surgery.read().starts_with("the file is damaged"));
+}
+
+} // namespace

@@ -1,0 +1,229 @@
+#include "model/PenPoints.h"
+#include "model/AffineTransform.h"
+#include "model/BezierPath.h"
+#include "model/KeyedArchiver.h"
+#include "model/KeyedUnarchiver.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+PenPoints trace(std::initializer_list<PenPoint> samples, float radius = 5,
+                const AffineMatrix& m = AffineMatrix::identity()) {
+    PenPoints points(m, radius);
+    for (const PenPoint& s : samples) points.addPointAt(s.point, s.pressure);
+    return points;
+}
+
+std::vector<float> xs(const PenPoints& p) {
+    std::vector<float> out;
+    for (const PenPoint& s : p.points()) out.push_back(s.point.x);
+    return out;
+}
+
+void expectAllNear(const std::vector<float>& actual, const std::vector<float>& expected) {
+    ASSERT_EQ(actual.size(), expected.size());
+    for (std::size_t i = 0; i < actual.size(); ++i) EXPECT_NEAR(actual[i], expected[i], 1e-3) << i;
+}
+
+std::shared_ptr<PenPoints> roundTrip(const PenPoints& p) {
+    return std::dynamic_pointer_cast<PenPoints>(
+        KeyedUnarchiver::unarchiveObjectWithData(KeyedArchiver::archivedDataWithRootObject(p)));
+}
+
+} // namespace
+
+TEST(PenPointsGapFilling, InsertsPointsOnTheFittedCurveWhereSamplesAreFarApart) {
+    // Equally spaced on a line: the fitted cubic is the line itself, so the
+    // inserted points split each gap evenly.
+    PenPoints r5 = trace({{{0, 0}, 1}, {{25, 0}, 1}, {{50, 0}, 0}, {{75, 0}, 0}}, 5);
+    r5.smoothByBezierInterpolation(); // gap 10: two points per step
+    expectAllNear(xs(r5), {0, 8.333f, 16.667f, 25, 33.333f, 41.667f, 50, 58.333f, 66.667f, 75});
+    EXPECT_NEAR(r5.points()[4].pressure, 2.0f / 3, 1e-5); // pressure runs linearly
+    EXPECT_NEAR(r5.points()[5].pressure, 1.0f / 3, 1e-5);
+
+    PenPoints r8 = trace({{{0, 0}, 1}, {{25, 0}, 1}, {{50, 0}, 1}, {{75, 0}, 1}}, 8);
+    r8.smoothByBezierInterpolation(); // gap 16: one point per step
+    expectAllNear(xs(r8), {0, 12.5f, 25, 37.5f, 50, 62.5f, 75});
+
+    PenPoints exact = trace({{{0, 0}, 1}, {{10, 0}, 1}, {{20, 0}, 1}, {{30, 0}, 1}}, 5);
+    exact.smoothByBezierInterpolation(); // d == gap is not a gap
+    EXPECT_EQ(exact.count(), 4);
+
+    PenPoints three = trace({{{0, 0}, 1}, {{100, 0}, 1}, {{200, 0}, 1}});
+    three.smoothByBezierInterpolation();
+    EXPECT_EQ(three.count(), 3);
+}
+
+TEST(PenPointsGapFilling, UsesTheRightStretchOfTheCurveAlongTheTrace) {
+    // Six samples on the parabola y = x^2 / 40 at x = 20 t: every four-sample
+    // fit reproduces it, and the inserted points must fall between their own
+    // two samples, evenly in t.
+    PenPoints p(AffineMatrix::identity(), 2);
+    for (int t = 0; t < 6; ++t) p.addPointAt({20.0f * float(t), 10.0f * float(t * t)}, 1);
+    p.smoothByBezierInterpolation();
+    std::vector<float> expected;
+    for (int t = 0; t < 5; ++t) {
+        const float d = std::hypot(20.0f, 10.0f * float(2 * t + 1));
+        const int m = int(d / 10);
+        for (int j = 0; j <= m; ++j)
+            expected.push_back(20.0f * (float(t) + float(j) / float(m + 1)));
+    }
+    expected.push_back(100);
+    expectAllNear(xs(p), expected);
+    for (const PenPoint& s : p.points())
+        EXPECT_NEAR(s.point.y, s.point.x * s.point.x / 40, 1e-2) << s.point.x;
+}
+
+TEST(PenPointsAveraging, GroupsByPathLengthAndKeepsEndsAlone) {
+    PenPoints p(AffineMatrix::identity(), 10);
+    for (int x = 0; x <= 20; ++x) p.addPointAt({float(x), 0}, 1);
+    p.simplifyByAveraging();
+    // Groups end once twice their path length exceeds the radius (10).
+    expectAllNear(xs(p), {0, 3.5f, 9.5f, 15.5f, 19, 20});
+}
+
+TEST(PenPointsAveraging, ContainedCirclesAreDroppedEitherWay) {
+    // The middle circle (radius 10) swallows the first (radius 1) and the
+    // last lies inside it.
+    PenPoints p = trace({{{0, 0}, 0.1f}, {{0.5f, 0}, 1}, {{1, 0}, 0.1f}}, 10);
+    p.simplifyByAveraging();
+    ASSERT_EQ(p.count(), 1);
+    EXPECT_EQ(p.points()[0], (PenPoint{{0.5f, 0}, 1}));
+}
+
+TEST(PenPointsSimplify, RoundsTowardZeroToTheArchivePrecision) {
+    PenPoints p = trace({{{1.26f, -1.26f}, 0.5f}});
+    p.simplify();
+    EXPECT_FLOAT_EQ(p.lastPoint().x, 1.2f);
+    EXPECT_FLOAT_EQ(p.lastPoint().y, -1.2f);
+    EXPECT_FLOAT_EQ(p.lastPressure(), 127.0f / 255);
+}
+
+TEST(PenPointsOutline, ElementLayoutOfCirclesAndQuads) {
+    EXPECT_EQ(trace({}).buildPath(), nullptr);
+
+    auto single = trace({{{3, 4}, 1}}).buildPath();
+    ASSERT_NE(single, nullptr);
+    EXPECT_EQ(single->elementCount(), 6);
+    EXPECT_EQ(single->bounds(), (Rect{-2, -1, 10, 10}));
+
+    // circle, quad (move, three lines, close), circle
+    auto two = trace({{{0, 0}, 1}, {{20, 0}, 1}}).buildPath();
+    EXPECT_EQ(two->elementCount(), 17);
+    EXPECT_EQ(two->element(6).type, MoveToElement);
+    EXPECT_EQ(two->element(10).type, ClosePathElement);
+
+    // Equal positions give circles only.
+    EXPECT_EQ(trace({{{0, 0}, 1}, {{0, 0}, 0.5f}}).buildPath()->elementCount(), 12);
+
+    // A pressure of zero gives an empty circle; the quad tapers to its point.
+    auto tapered = trace({{{0, 0}, 1}, {{20, 0}, 0}}).buildPath();
+    ASSERT_EQ(tapered->elementCount(), 17);
+    EXPECT_EQ(tapered->element(7).points[0], (Point{20, 0}));
+    EXPECT_EQ(tapered->element(8).points[0], (Point{20, 0}));
+    EXPECT_EQ(tapered->bounds().width, 25); // from the first circle's left edge
+}
+
+TEST(PenPointsOutline, NonZeroFillIsTheUnionOfCirclesAndQuadsUnderAnyMapping) {
+    // A bent trace with varying pressure; also through a mirroring mapping,
+    // which must not turn the quads against the circles.
+    const AffineMatrix mirror{-1, 0, 0, 1, 40, 0};
+    for (const AffineMatrix& m : {AffineMatrix::identity(), mirror}) {
+        const PenPoints p =
+            trace({{{0, 0}, 1}, {{20, 0}, 0.6f}, {{20, 15}, 1}, {{5, 25}, 0.3f}}, 6, m);
+        auto path = p.buildPath();
+        ASSERT_NE(path, nullptr);
+        int overlaps = 0;
+        for (float y = -8; y <= 32; y += 0.5f)
+            for (float x = -30; x <= 50; x += 0.5f) {
+                const int w = path->windingCountAtPoint({x, y});
+                ASSERT_GE(w, 0) << x << ", " << y;
+                if (w >= 2) ++overlaps;
+            }
+        EXPECT_GT(overlaps, 100);
+        // In circle 0 and quad 0-1 (whose end lies a little ahead of the centre).
+        EXPECT_EQ(path->windingCountAtPoint(p.bitmapPointToWorldPoint({3, 0})), 2);
+        const Point mid = p.bitmapPointToWorldPoint({10, 0});
+        EXPECT_EQ(path->windingCountAtPoint(mid), 1);
+        EXPECT_EQ(path->windingCountAtPoint(p.bitmapPointToWorldPoint({10, 6})), 0);
+    }
+}
+
+TEST(PenPointsOutline, DamagedMappingGivesNoOutlineAndNonFiniteCornersAreFatal) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_EQ(trace({{{0, 0}, 1}, {{5, 0}, 1}}, 5, {nan, 0, 0, 1, 0, 0}).buildPath(), nullptr);
+    EXPECT_EQ(trace({{{0, 0}, 1}}, std::numeric_limits<float>::infinity()).buildPath(), nullptr);
+
+    const PenPoints p = trace({});
+    Point corners[4];
+    EXPECT_DEATH(p.quadForStrokeFrom({{nan, 0}, 1}, {{1, 1}, 1}, corners),
+                 "finite\\(points\\[0\\]\\)");
+    EXPECT_DEATH(p.makePathWithSegments(), "Assertion failed: \\(0\\)");
+}
+
+TEST(PenPointsTransform, MovesOnlyTheMappingNotTheSamples) {
+    PenPoints p = trace({{{0, 0}, 1}, {{20, 10}, 0.5f}}, 4, AffineMatrix::makeScale(2, 2));
+    const auto samples = p.points();
+    const auto before = p.buildPath();
+
+    AffineTransform move(AffineMatrix::makeTranslation(5, 0));
+    p.transformUsingAffineTransform(move);
+    EXPECT_EQ(p.points(), samples);
+    auto after = p.buildPath();
+    ASSERT_EQ(after->elementCount(), before->elementCount());
+    for (int i = 0; i < after->elementCount(); ++i) {
+        Point a[3], b[3];
+        const PathElementType type = after->elementAtIndex(i, a);
+        before->elementAtIndex(i, b);
+        const int n = type == CurveToElement ? 3 : type == ClosePathElement ? 0 : 1;
+        for (int k = 0; k < n; ++k) {
+            EXPECT_NEAR(a[k].x, b[k].x + 5, 1e-4);
+            EXPECT_NEAR(a[k].y, b[k].y, 1e-4);
+        }
+    }
+
+    // Scaling the stroke up halves the mapping's scale, doubling world radii.
+    AffineTransform grow;
+    grow.scaleBy(2);
+    p.transformUsingAffineTransform(grow);
+    EXPECT_FLOAT_EQ(p.scale(), 1);
+    EXPECT_EQ(p.points(), samples);
+    EXPECT_NEAR(trace({{{0, 0}, 1}}, 4, p.transform()).buildPath()->bounds().width, 8, 1e-5);
+}
+
+TEST(PenPointsArchive, RoundTripKeepsMappingRadiusAndTenths) {
+    PenPoints p = trace({{{1.26f, -1.26f}, 0.5f}, {{-300.05f, 2000.99f}, 1}, {{0, 0}, 0}}, 7.5f,
+                        AffineMatrix{2, 0.5f, -0.5f, 2, 10, -20});
+    auto raw = roundTrip(p);
+    ASSERT_NE(raw, nullptr);
+    EXPECT_EQ(raw->transform(), p.transform());
+    EXPECT_EQ(raw->radius(), 7.5f);
+    ASSERT_EQ(raw->count(), 3);
+    // Unsimplified values are truncated toward zero on the way.
+    EXPECT_FLOAT_EQ(raw->points()[0].point.x, 1.2f);
+    EXPECT_FLOAT_EQ(raw->points()[0].point.y, -1.2f);
+    EXPECT_FLOAT_EQ(raw->points()[1].point.x, -300.0f);
+    EXPECT_FLOAT_EQ(raw->points()[1].point.y, 2000.9f);
+    EXPECT_FLOAT_EQ(raw->points()[0].pressure, 127.0f / 255);
+
+    // A simplified trace comes back exactly.
+    PenPoints s(AffineMatrix::identity(), 3);
+    for (int i = 0; i < 200; ++i)
+        s.addPointAt({float(i) * 1.37f - 50, std::sin(float(i) / 9) * 80}, float(i % 17) / 16);
+    s.simplify();
+    auto back = roundTrip(s);
+    ASSERT_NE(back, nullptr);
+    EXPECT_EQ(back->points(), s.points());
+}
+
+TEST(PenPointsArchive, TooManySamplesAreNotWritten) {
+    PenPoints p(AffineMatrix::identity(), 1);
+    for (int i = 0; i < 32768; ++i) p.addPointAt({0, 0}, 1);
+    EXPECT_EQ(roundTrip(p)->count(), 0);
+    p.addPointAt({0.5f, 0}, 1); // 32769 wraps to a negative count as well
+    EXPECT_EQ(roundTrip(p)->count(), 0);
+}

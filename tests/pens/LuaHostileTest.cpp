@@ -1,0 +1,103 @@
+#include "RecordingAlerts.h"
+#include "pens/Lua.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+namespace {
+
+struct HostileCase {
+    const char* function;
+    const char* message; // expected within the "Runtime error" alert's text
+};
+
+std::ostream& operator<<(std::ostream& os, const HostileCase& c) {
+    return os << c.function;
+}
+
+class LuaHostileTest : public testing::TestWithParam<HostileCase> {};
+
+// Every hostile callback ends within a second with a "Runtime error" alert,
+// and the same state still runs a good callback afterwards.
+TEST_P(LuaHostileTest, EndsWithRuntimeErrorAndStateCarriesOn) {
+    RecordingAlerts alerts;
+    Lua lua(testPensDir(), testLibDir(), &alerts);
+    lua.budget().setTimeLimit(std::chrono::milliseconds(250));
+    lua.runFile(testPen("hostile.lua"));
+    ASSERT_TRUE(alerts.alerts.empty());
+
+    const auto start = std::chrono::steady_clock::now();
+    const int status = lua.call(GetParam().function);
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+
+    EXPECT_NE(status, 0);
+    EXPECT_LT(elapsed, std::chrono::seconds(1));
+    ASSERT_EQ(alerts.alerts.size(), 1u);
+    EXPECT_EQ(alerts.alerts[0].title, "Runtime error");
+    EXPECT_NE(alerts.alerts[0].message.find(GetParam().message), std::string::npos)
+        << alerts.alerts[0].message;
+
+    alerts.clear();
+    EXPECT_EQ(lua.call("good"), 0);
+    EXPECT_TRUE(alerts.alerts.empty());
+    EXPECT_EQ(lua.getGlobalNumber("good_calls"), 1.0f);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Scripts, LuaHostileTest,
+    testing::Values(HostileCase{"infinite_loop", "ran too long"},
+                    HostileCase{"loop_in_pcall", "ran too long"},
+                    HostileCase{"xpcall_looping_handler", "ran too long"},
+                    HostileCase{"loop_in_coroutine", "ran too long"},
+                    HostileCase{"loop_in_load_reader", "ran too long"},
+                    HostileCase{"exponential_pattern", "ran too long"},
+                    HostileCase{"deep_pattern", "pattern too complex"},
+                    HostileCase{"gsub_with_runaway_pattern", "ran too long"},
+                    HostileCase{"memory_bomb", "not enough memory"},
+                    HostileCase{"huge_rep", "resulting string too large"},
+                    HostileCase{"deep_lua_recursion", "stack overflow"},
+                    HostileCase{"deep_metamethod_recursion", "C stack overflow"},
+                    HostileCase{"deep_coroutine_nesting", "C stack overflow"},
+                    HostileCase{"deep_gsub_recursion", "C stack overflow"},
+                    HostileCase{"deep_tostring_recursion", "C stack overflow"},
+                    HostileCase{"missing_callback", "attempt to call a nil value"}),
+    [](const testing::TestParamInfo<HostileCase>& param_info) {
+        return param_info.param.function;
+    });
+
+TEST(LuaHostile, SyntaxErrorIsACompileErrorAndTheNextStateRuns) {
+    RecordingAlerts alerts;
+    auto broken =
+        Lua::luaRunningFile(testPen("syntax_error.lua"), testPensDir(), testLibDir(), &alerts);
+    ASSERT_NE(broken, nullptr);
+    ASSERT_EQ(alerts.alerts.size(), 1u);
+    EXPECT_EQ(alerts.alerts[0].title, "Compile error");
+    EXPECT_NE(alerts.alerts[0].message.find("syntax_error.lua:3:"), std::string::npos)
+        << alerts.alerts[0].message;
+    EXPECT_FALSE(broken->getGlobalString("name"));
+
+    alerts.clear();
+    auto next = Lua::luaRunningFile(testPen("hostile.lua"), testPensDir(), testLibDir(), &alerts);
+    EXPECT_EQ(next->call("good"), 0);
+    EXPECT_TRUE(alerts.alerts.empty());
+}
+
+// A state that ran out of memory for good (the script keeps what it
+// allocated) fails on its own; other states are not affected.
+TEST(LuaHostile, MemoryLimitIsPerState) {
+    RecordingAlerts alerts;
+    Lua hog(testPensDir(), testLibDir(), &alerts);
+    hog.budget().setMemoryLimit(std::size_t(8) << 20);
+    hog.runFile(testPen("hostile.lua"));
+    Lua other(testPensDir(), testLibDir(), &alerts);
+    other.runFile(testPen("hostile.lua"));
+
+    hog.setGlobal("filler", std::string(6u << 20, 'x'));
+    EXPECT_NE(hog.call("memory_bomb"), 0);
+    EXPECT_LE(hog.budget().memoryInUse(), hog.budget().memoryLimit());
+    EXPECT_EQ(other.call("good"), 0);
+    EXPECT_EQ(other.getGlobalNumber("good_calls"), 1.0f);
+}
+
+} // namespace

@@ -1,0 +1,368 @@
+#include "pens/Lua.h"
+#include "RecordingAlerts.h"
+#include "pens/LuaObjectRegistry.h"
+
+#include <lua.hpp>
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QTranslator>
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+// Runs a chunk of source text on the host's state through pcallWithArgs.
+int runChunk(Lua& lua, const std::string& code) {
+    lua_State* L = lua.state();
+    if (luaL_loadbuffer(L, code.data(), code.size(), "=chunk") != 0) {
+        ADD_FAILURE() << lua_tostring(L, -1);
+        lua_pop(L, 1);
+        return -1;
+    }
+    return lua.pcallWithArgs(0, 0);
+}
+
+class LuaTest : public testing::Test {
+protected:
+    std::unique_ptr<Lua> running(const std::string& file) {
+        return Lua::luaRunningFile(testPen(file), testPensDir(), testLibDir(), &alerts);
+    }
+    RecordingAlerts alerts;
+};
+
+TEST_F(LuaTest, GettersFollowTheGlobalsTypes) {
+    auto lua = running("settings.lua");
+    EXPECT_TRUE(alerts.alerts.empty());
+    EXPECT_EQ(lua->getGlobalString("name"), "Settings Pen");
+    EXPECT_EQ(lua->getGlobalString("numeric_name"), "12");
+    EXPECT_FALSE(lua->getGlobalString("flag"));
+    EXPECT_FALSE(lua->getGlobalString("missing"));
+
+    EXPECT_TRUE(lua->getGlobalBoolean("default", false));
+    EXPECT_FALSE(lua->getGlobalBoolean("flag", true));
+    EXPECT_TRUE(lua->getGlobalBoolean("flag_number", true)); // a number is not a boolean
+    EXPECT_FALSE(lua->getGlobalBoolean("flag_number", false));
+
+    EXPECT_EQ(lua->getGlobalNumber("radius", 5), 7.5f);
+    EXPECT_EQ(lua->getGlobalNumber("opacity", 1), 0.25f); // numeric string
+    EXPECT_EQ(lua->getGlobalNumber("numeric_name"), 12.0f);
+    EXPECT_EQ(lua->getGlobalNumber("name", 3), 3.0f);
+    EXPECT_EQ(lua->getGlobalNumber("missing"), 0.0f);
+
+    EXPECT_EQ(lua->getGlobalStringArray("parameters"), (Strings{"width", "3", "size"}));
+    EXPECT_EQ(lua->getGlobalStringArray("mixed"), (Strings{"a"}));
+    EXPECT_EQ(lua->getGlobalStringArray("empty"), Strings{});
+    EXPECT_EQ(lua->getGlobalStringArray("name"), Strings{});
+}
+
+TEST_F(LuaTest, SettersRoundTripAndNeverRunScriptCode) {
+    auto lua = running("settings.lua");
+    lua->setGlobal("color", std::string("ff8000"));
+    lua->setGlobal("radius", 2.5f);
+    EXPECT_EQ(lua->getGlobalString("color"), "ff8000");
+    EXPECT_EQ(lua->getGlobalNumber("radius"), 2.5f);
+
+    // Metamethods on the globals table are not consulted by the host.
+    ASSERT_EQ(runChunk(*lua, "setmetatable(_G, {__index = function() while true do end end,"
+                             " __newindex = function() error('no') end})"),
+              0);
+    EXPECT_FALSE(lua->getGlobalString("nothing_here"));
+    lua->setGlobal("fresh", 1.0f);
+    EXPECT_EQ(lua->getGlobalNumber("fresh"), 1.0f);
+    EXPECT_TRUE(alerts.alerts.empty());
+}
+
+TEST_F(LuaTest, SearchPathListsPensThenLib) {
+    Lua lua("/r/Pens", "/r/Lib", &alerts);
+    EXPECT_EQ(lua.getGlobalString("LUA_PATH"), "/r/Pens/?.lua;/r/Pens/?;/r/Lib/?.lua;/r/Lib/?");
+}
+
+TEST_F(LuaTest, RuntimeErrorShowsAlertAndLogsTheStack) {
+    auto lua = running("runtime.lua");
+    alerts.clear();
+    EXPECT_EQ(lua->call("outer"), LUA_ERRRUN);
+    ASSERT_EQ(alerts.alerts.size(), 1u);
+    EXPECT_EQ(alerts.alerts[0].title, "Runtime error");
+    const std::string where = "@" + testPen("runtime.lua");
+    const std::string message = testPen("runtime.lua") + ":4: bad value 100%";
+    EXPECT_EQ(alerts.alerts[0].message, message); // the percent sign is kept as is
+    EXPECT_EQ(alerts.log, (Strings{message, "=[C]:-1 (null)", "=[C]:-1 error", where + ":4 inner",
+                                   where + ":8 (null)"}));
+
+    // A failed callback leaves the state usable.
+    alerts.clear();
+    EXPECT_EQ(lua->call("count"), 0);
+    EXPECT_EQ(lua->call("count"), 0);
+    EXPECT_EQ(lua->getGlobalNumber("calls"), 2.0f);
+    EXPECT_TRUE(alerts.alerts.empty());
+
+    // An error value that is not a string gives an empty message.
+    EXPECT_EQ(lua->call("throw_table"), LUA_ERRRUN);
+    ASSERT_EQ(alerts.alerts.size(), 1u);
+    EXPECT_EQ(alerts.alerts[0].message, "");
+    EXPECT_EQ(alerts.log.front(), "(null)");
+}
+
+TEST_F(LuaTest, LoadFailuresAreCompileErrorsRunFailuresRuntimeErrors) {
+    auto missing = running("no_such_pen.lua");
+    ASSERT_EQ(alerts.alerts.size(), 1u);
+    EXPECT_EQ(alerts.alerts[0].title, "Compile error");
+    EXPECT_NE(alerts.alerts[0].message.find("cannot open"), std::string::npos);
+
+    alerts.clear();
+    auto fails = running("load_fails.lua");
+    ASSERT_EQ(alerts.alerts.size(), 1u);
+    EXPECT_EQ(alerts.alerts[0].title, "Runtime error");
+    EXPECT_NE(alerts.alerts[0].message.find("cannot start"), std::string::npos);
+    EXPECT_EQ(fails->getGlobalString("name"), "Fails While Loading"); // what ran stays done
+}
+
+TEST_F(LuaTest, OldStylePenRuns) {
+    auto lua = running("old_style.lua");
+    EXPECT_TRUE(alerts.alerts.empty()) << alerts.alerts[0].message;
+    EXPECT_EQ(lua->getGlobalNumber("word_count"), 3.0f);
+    EXPECT_EQ(lua->getGlobalNumber("vararg_count"), 4.0f);
+    EXPECT_EQ(lua->getGlobalNumber("remainder"), 2.0f);
+    EXPECT_EQ(lua->getGlobalNumber("helper_answer"), 42.0f);
+    EXPECT_EQ(lua->getGlobalString("helper_name"), "helper");
+
+    // A second require of the same module does not run it again.
+    EXPECT_EQ(runChunk(*lua, "require 'helper'"), 0);
+    EXPECT_EQ(lua->getGlobalNumber("load_count"), 1.0f);
+}
+
+TEST_F(LuaTest, ScriptsCannotReachFilesOrNativeCode) {
+    auto lua = running("settings.lua");
+    const std::string secret = VIMO_TEST_DATA_DIR "/outside/secret.lua";
+    const std::string helper = testLibDir() + "/helper.lua";
+    const char* checks[] = {
+        "io == nil and os == nil and debug == nil and package == nil",
+        "loadlib == nil and newproxy == nil and string.dump == nil",
+        "loadstring('\\27Lua') == nil",
+        "select(2, loadstring('\\27Lua')):find('precompiled') ~= nil",
+        "load(function() return nil end) ~= nil",
+        "not pcall(collectgarbage, 'stop') and collectgarbage('count') > 0",
+        "not pcall(dofile, '../outside/secret.lua')",
+        "not pcall(dofile, SECRET) and loadfile(SECRET) == nil",
+        "loadfile(HELPER) ~= nil",
+        "not pcall(require, '../outside/secret')",
+        "(function() LUA_PATH = LUA_PATH .. ';' .. SECRET:gsub('secret', '?')"
+        " return not pcall(require, 'secret') end)()",
+        "secret_loaded == nil",
+    };
+    lua->setGlobal("SECRET", secret);
+    lua->setGlobal("HELPER", helper);
+    for (const char* check : checks) {
+        ASSERT_EQ(runChunk(*lua, std::string("ok = ") + check), 0) << check;
+        EXPECT_TRUE(lua->getGlobalBoolean("ok", false)) << check;
+    }
+    EXPECT_TRUE(alerts.alerts.empty());
+}
+
+// The host's pattern functions agree with Lua's own on ordinary patterns,
+// results and error messages alike.
+TEST(LuaPatterns, AgreeWithTheStandardLibrary) {
+    const char* expressions[] = {
+        "('hello world'):find('o w')",
+        "string.find('hello', 'l+')",
+        "string.find('hello', 'l', 4)",
+        "string.find('hello', 'l', -2)",
+        "string.find('hello', '', 10)",
+        "string.find('a.b', '.', 1, true)",
+        "string.find('a+b', '+', 1, true)",
+        "string.find('abc', '^b')",
+        "string.find('abc', 'c$')",
+        "string.find('  x', '^%s*()')",
+        "string.find('key = value', '(%w+)%s*=%s*(%w+)')",
+        "string.find('f(a(b)c)d', '%b()')",
+        "string.find('THE (quick) fox', '%f[%a]%a+', 5)",
+        "string.find('hello', '()ll()')",
+        "string.match('2024-01-05', '(%d+)-(%d+)-(%d+)')",
+        "string.match('abc', 'a(.-)c')",
+        "string.match('aaa', 'a-')",
+        "string.match('aaa', '^a-$')",
+        "string.match('[x]', '[%[]')",
+        "string.match('x-y', '[a-]+')",
+        "string.match('x]y', '[]]')",
+        "string.match('hello hello', '(h%a+) %1')",
+        "string.match('abc', '[^a]+')",
+        "string.match('A1_b!', '[%w_]+')",
+        "string.match('a\\0b', '%z')",
+        "string.match('abc', 'a?b?c?d?')",
+        "string.match('x9y', '%D+', 2)",
+        "string.match('x', '(')",
+        "string.match('x', '%')",
+        "string.match('x', '[a')",
+        "string.match('x', '%1')",
+        "string.match('x', 'x)')",
+        "string.match('x', '%b')",
+        "string.match('x', '%fx')",
+        "string.gsub('hello world', 'o', '0')",
+        "string.gsub('hello world', '(o)', '[%1]')",
+        "string.gsub('hello', '', '-')",
+        "string.gsub('abc', '%w', '%0%0')",
+        "string.gsub('hello world', '%w+', '<%0>', 1)",
+        "string.gsub('abc', 'b', {b = 'B'})",
+        "string.gsub('abc', '%w', {a = 1, b = true})",
+        "string.gsub('abc', '%w', function(c) return c:upper() end)",
+        "string.gsub('abc', '%w', function() return nil end)",
+        "string.gsub('abc', '^a', 'x')",
+        "string.gsub('a,b,,c', ',', ';')",
+        "string.gsub('abc', 'b', '%2')",
+        "string.gsub('abc', 'b', '%x')",
+        "string.gsub('abc', '(b)', '%%')",
+        "string.gsub('x', 'x', false)",
+        "collect(string.gmatch('one two three', '%a+'))",
+        "collect(string.gmatch('k=v, a=b', '(%w+)=(%w+)'))",
+        "collect(string.gmatch('abc', ''))",
+        "collect(string.gmatch('abc', '()'))",
+        "string.rep('ab', 3), string.rep('x', 0), string.rep('', 5)",
+    };
+    const char* prelude =
+        "function collect(f, s, v) local r = {}"
+        "  for a, b in f, s, v do r[#r + 1] = tostring(a) .. '/' .. tostring(b) end"
+        "  return table.concat(r, '|') end "
+        "function show(...) local out = {}"
+        "  for i = 1, select('#', ...) do local v = select(i, ...)"
+        "    out[#out + 1] = type(v) .. ':' .. tostring(v) end"
+        "  return table.concat(out, ',') end";
+    auto evaluate = [prelude](lua_State* L, const std::string& expression) {
+        const std::string code =
+            std::string(prelude) + "\nreturn show(pcall(function() return " + expression + " end))";
+        if (luaL_loadbuffer(L, code.data(), code.size(), "=test") || lua_pcall(L, 0, 1, 0))
+            return std::string("failed: ") + lua_tostring(L, -1);
+        std::string result = lua_tostring(L, -1);
+        lua_pop(L, 1);
+        return result;
+    };
+
+    lua_State* reference = luaL_newstate();
+    luaL_openlibs(reference);
+    RecordingAlerts alerts;
+    Lua host(testPensDir(), testLibDir(), &alerts);
+    for (const char* expression : expressions)
+        EXPECT_EQ(evaluate(host.state(), expression), evaluate(reference, expression))
+            << expression;
+    lua_close(reference);
+}
+
+TEST(LuaObjectRegistry, AddedObjectsLiveUntilTheEventEndsUnlessRetained) {
+    LuaObjectRegistry registry;
+    int* kept = registry.add(std::make_unique<int>(1));
+    int* dropped = registry.add(std::make_unique<int>(2));
+    double* other = registry.add(std::make_unique<double>(3));
+
+    EXPECT_EQ(registry.get<int>(kept), kept);
+    EXPECT_EQ(registry.get<double>(kept), nullptr); // wrong type
+    EXPECT_EQ(registry.get<double>(other), other);
+    int notRegistered = 0;
+    EXPECT_FALSE(registry.isLive(&notRegistered));
+    EXPECT_FALSE(registry.retain(&notRegistered));
+
+    EXPECT_FALSE(registry.release(dropped)); // nothing to release
+    EXPECT_TRUE(registry.retain(kept));
+    EXPECT_TRUE(registry.retain(kept));
+    EXPECT_TRUE(registry.release(kept));
+    registry.endEvent();
+    EXPECT_TRUE(registry.isLive(kept));
+    EXPECT_FALSE(registry.isLive(dropped));
+    EXPECT_FALSE(registry.isLive(other));
+
+    // Released to zero: still valid for the rest of the event.
+    EXPECT_TRUE(registry.release(kept));
+    EXPECT_TRUE(registry.isLive(kept));
+    EXPECT_EQ(*registry.get<int>(kept), 1);
+    registry.endEvent();
+    EXPECT_EQ(registry.size(), 0u);
+}
+
+// Functions registered through the library extension see the state's
+// registry; objects made during a callback are swept when it returns.
+int makeObject(lua_State* L) {
+    Lua* lua = Lua::fromState(L);
+    lua_pushlightuserdata(L, lua->objects().add(std::make_unique<int>(7)));
+    return 1;
+}
+
+int keepObject(lua_State* L) {
+    Lua* lua = Lua::fromState(L);
+    if (!lua->objects().retain(lua_touserdata(L, 1))) return luaL_error(L, "not live");
+    return 1;
+}
+
+void registerTestFunctions(lua_State* L) {
+    lua_register(L, "make", makeObject);
+    lua_register(L, "keep", keepObject);
+}
+
+TEST_F(LuaTest, CallbackObjectsAreSweptAtTheEndOfTheCall) {
+    Lua::setLibraryExtension(registerTestFunctions);
+    Lua lua(testPensDir(), testLibDir(), &alerts);
+    Lua::setLibraryExtension(nullptr);
+
+    ASSERT_EQ(runChunk(lua, "function gesture() temp = make(); held = keep(make()) end"), 0);
+    EXPECT_EQ(lua.callFunction("gesture", nullptr), 0);
+    EXPECT_EQ(lua.objects().size(), 1u);
+    lua_getglobal(lua.state(), "held");
+    EXPECT_TRUE(lua.objects().isLive(lua_touserdata(lua.state(), -1)));
+    lua_getglobal(lua.state(), "temp");
+    EXPECT_FALSE(lua.objects().isLive(lua_touserdata(lua.state(), -1)));
+    lua_settop(lua.state(), 0);
+    EXPECT_TRUE(alerts.alerts.empty());
+}
+
+TEST_F(LuaTest, CallFunctionPassesArguments) {
+    auto lua = running("old_style.lua");
+    const int status = lua->callFunction("pen_down", [](lua_State* L) {
+        lua_newtable(L);
+        lua_pushnumber(L, 1);
+        lua_setfield(L, -2, "x");
+        lua_pushnumber(L, 0);
+        return 2;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(lua->getGlobalNumber("touched"), 1.0f);
+}
+
+class Translations : public QTranslator {
+public:
+    QString translate(const char* context, const char* sourceText, const char*,
+                      int) const override {
+        if (QByteArray(context) == "Lua" && QByteArray(sourceText) == "Settings Pen")
+            return QStringLiteral("Stylo réglé");
+        if (QByteArray(context) == "Main" && QByteArray(sourceText) == "Runtime error")
+            return QStringLiteral("Erreur d'exécution");
+        return {};
+    }
+};
+
+TEST_F(LuaTest, NamesAndAlertTitlesAreLocalised) {
+    int argc = 1;
+    char name[] = "test_pens";
+    char* argv[] = {name, nullptr};
+    QCoreApplication app(argc, argv);
+    Translations translations;
+    QCoreApplication::installTranslator(&translations);
+
+    auto lua = running("settings.lua");
+    EXPECT_EQ(lua->getGlobalStringLocalized("name"), "Stylo réglé");
+    EXPECT_EQ(lua->getGlobalStringLocalized("key"), "cmd-opt-3"); // no translation: the key
+    EXPECT_FALSE(lua->getGlobalStringLocalized("flag"));
+    lua->call("missing");
+    ASSERT_EQ(alerts.alerts.size(), 1u);
+    EXPECT_EQ(alerts.alerts[0].title, "Erreur d'exécution");
+    QCoreApplication::removeTranslator(&translations);
+}
+
+TEST(LuaContext, HoldsTheViewAndPenOfTheCurrentCall) {
+    auto* view = reinterpret_cast<ToolView*>(0x10);
+    auto* pen = reinterpret_cast<Pen*>(0x20);
+    Lua::setContextView(view, pen);
+    EXPECT_EQ(Lua::contextView(), view);
+    EXPECT_EQ(Lua::context().pen, pen);
+    Lua::setContextView(nullptr, nullptr);
+}
+
+} // namespace
