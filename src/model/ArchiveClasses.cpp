@@ -2,8 +2,10 @@
 
 #include "model/KeyedUnarchiver.h"
 #include "model/PenPoints.h"
+#include "model/Stroke.h"
 
 void registerModelArchiveClasses() {
     // Each archivable model class adds its factory here.
     KeyedUnarchiver::registerClass("PenPoints", &PenPoints::initWithCoder);
+    KeyedUnarchiver::registerClass("Stroke", &Stroke::initWithCoder);
 }
