@@ -30,7 +30,10 @@ public:
     const Bitmap& previewBitmap() const { return *_preview; }
     Size size() const;
     RewindBuffer& rewindBuffer() { return *_rewind_buffer; }
+    const RewindBuffer& rewindBuffer() const { return *_rewind_buffer; }
 
+    // The world-to-bitmap transform. Every change is made on the draw bitmap
+    // and then copied to the other two.
     AffineMatrix transform() const;
     void setTransform(const AffineMatrix& t);
     void scale(float factor);
@@ -40,16 +43,29 @@ public:
     Point bitmapPointToWorldPoint(Point p) const;
     Point worldPointToBitmapPoint(Point p) const;
 
+    // Fills the draw and preview bitmaps (not the stroke bitmap).
     void fill(std::uint32_t color);
+    // Takes back a tool's temporary drawing in r (bitmap coordinates): the
+    // stroke bitmap becomes transparent there and the preview shows the draw
+    // bitmap again.
     void endPreview(const Rect& r);
+    // The shown colour at a bitmap point.
     std::uint32_t colorAt(Point p) const;
+    // Rotate or zoom so that the world point under bitmap point p moves to
+    // the centre of the canvas.
     void rotateAroundPoint(Point p, float angle);
     void zoomToPoint(Point p, float scale);
 
+    // After a stroke was added on top (n is the new count): a snapshot of the
+    // draw bitmap when one is due, with thinning.
     void recordRewindBufferStroke(int n);
+    // During a redraw of n strokes that has just transferred index i.
     bool wantsToRecordRewindBufferStroke(int i, int n) const;
     void recordRewindBufferStroke(int i, int n);
     void clearRewindBuffer();
+    // Puts the draw and preview bitmaps back to the newest snapshot labelled
+    // k or lower, drops the newer snapshots and returns that label: the index
+    // from which the stroke list must be redrawn.
     int rewindToBeforeStroke(int k);
 
 private:
