@@ -4,6 +4,7 @@
 #include "model/KeyedArchiver.h"
 #include "model/KeyedUnarchiver.h"
 #include "model/PenPoints.h"
+#include "model/VimoCanvas.h"
 #include "raster/Bitmap.h"
 #include "raster/Path.h"
 
@@ -328,4 +329,34 @@ TEST(StrokeCoding, PenPointsWinOverPathAndUnknownModesAreBad) {
     auto s = decoded(coder.finishEncoding());
     EXPECT_EQ(*s->bezierPath(), *points->buildPath());
     EXPECT_TRUE(s->bad());
+}
+
+TEST(StrokePainting, CanvasGetsTheStrokeOnceWithItsOpacityAndAClearedScratchLayer) {
+    VimoCanvas canvas(Size{32, 32});
+    // Two overlapping squares in one path: the overlap must not build up.
+    auto path = rectPath({4, 4, 12, 12});
+    path->appendBezierPath(BezierPath::bezierPathWithRect({10, 10, 12, 12}));
+    auto stroke = Stroke::initWithBezierPath(path, Color::red(), 0, 0.5f);
+    const Rect r = stroke->drawInCanvas(canvas);
+    EXPECT_TRUE(containsRect(r, {4, 4, 18, 18}));
+    const std::uint32_t single = canvas.drawBitmap().at(6, 6);
+    EXPECT_NEAR(double(alphaOf(single)), 128, 2);
+    EXPECT_EQ(canvas.drawBitmap().at(12, 12), single);
+    EXPECT_EQ(canvas.drawBitmap().at(20, 20), single);
+    EXPECT_EQ(canvas.drawBitmap().at(25, 5), TRANSPARENT);
+    for (int y = 0; y < 32; ++y)
+        for (int x = 0; x < 32; ++x) {
+            EXPECT_EQ(canvas.strokeBitmap().at(x, y), TRANSPARENT);
+            EXPECT_EQ(canvas.previewBitmap().at(x, y), canvas.drawBitmap().at(x, y));
+        }
+
+    // Images go straight into the picture.
+    QImage picture(2, 2, QImage::Format_ARGB32);
+    picture.fill(0xFF00FF00);
+    auto placed =
+        Stroke::initWithImage(picture, cornerPath({24, 24}, {28, 24}, {28, 28}, {24, 28}), 1);
+    placed->drawInCanvas(canvas);
+    EXPECT_EQ(canvas.drawBitmap().at(26, 26), GREEN);
+    EXPECT_EQ(canvas.previewBitmap().at(26, 26), GREEN);
+    EXPECT_EQ(canvas.strokeBitmap().at(26, 26), TRANSPARENT);
 }
