@@ -57,8 +57,8 @@ public:
     std::uint32_t* pixels() { return _pixels; }
     const std::uint32_t* pixels() const { return _pixels; }
     // The word of pixel (x, y); no bounds check.
-    std::uint32_t& at(int x, int y) { return _pixels[std::size_t(_height - 1 - y) * std::size_t(_width) + std::size_t(x)]; }
-    std::uint32_t at(int x, int y) const { return _pixels[std::size_t(_height - 1 - y) * std::size_t(_width) + std::size_t(x)]; }
+    std::uint32_t& at(int x, int y) { return _pixels[wordIndex(x, y)]; }
+    std::uint32_t at(int x, int y) const { return _pixels[wordIndex(x, y)]; }
 
     // A QImage (Format_RGBA8888_Premultiplied) over the bitmap's own memory.
     const QImage& image() const { return _image; }
@@ -94,6 +94,10 @@ public:
     Rect worldRectToBitmapRect(const Rect& r) const;
 
 private:
+    std::size_t wordIndex(int x, int y) const {
+        return std::size_t(_height - 1 - y) * std::size_t(_width) + std::size_t(x);
+    }
+
     std::unique_ptr<GraphicsContext> _cg_context;
     std::unique_ptr<CGContextWrapper> _context;
     Size _size;

@@ -1,10 +1,279 @@
 #include "raster/Bitmap.h"
+#include "raster/GraphicsContext.h"
 
+#include <QImage>
+#include <QPainter>
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+// Pixel (x, y) holds a word that names it, so that any misplaced read or
+// write shows up as a wrong value.
+std::uint32_t tag(int x, int y) {
+    return 0xFF000000u | std::uint32_t(y) << 8 | std::uint32_t(x);
+}
+
+void fillWithTags(Bitmap& bm) {
+    for (int y = 0; y < bm.height(); ++y)
+        for (int x = 0; x < bm.width(); ++x) bm.at(x, y) = tag(x, y);
+}
+
+// The set pixels of a bitmap cleared to 0 and then drawn into, as a picture of
+// rows from the top: '#' for a set pixel.
+std::string picture(const Bitmap& bm) {
+    std::string s;
+    for (int y = bm.height() - 1; y >= 0; --y) {
+        for (int x = 0; x < bm.width(); ++x) s += bm.at(x, y) ? '#' : '.';
+        s += '\n';
+    }
+    return s;
+}
+
+} // namespace
 
 TEST(Bitmap, SizeIsTruncatedButKept) {
     Bitmap bm(Size{10.7f, 5.2f});
     EXPECT_EQ(bm.width(), 10);
     EXPECT_EQ(bm.height(), 5);
     EXPECT_EQ(bm.size(), (Size{10.7f, 5.2f}));
+}
+
+TEST(Bitmap, MemoryLayoutIsTopRowFirstAndSharedWithTheImage) {
+    Bitmap bm(Size{4, 3});
+    fillWithTags(bm);
+    // Pixel (0, 0) is the first word of the last stored row.
+    EXPECT_EQ(bm.pixels()[2 * 4 + 0], tag(0, 0));
+    EXPECT_EQ(bm.pixels()[0], tag(0, 2));
+    EXPECT_EQ(bm.pixels()[3], tag(3, 2));
+    // The image wraps the same memory: no copy, bytes r, g, b, a.
+    const QImage& img = bm.image();
+    EXPECT_EQ(img.format(), QImage::Format_RGBA8888_Premultiplied);
+    EXPECT_EQ(img.constBits(), reinterpret_cast<const uchar*>(bm.pixels()));
+    EXPECT_EQ(img.bytesPerLine(), 16);
+    bm.at(1, 2) = 0x80402010u;
+    EXPECT_EQ(img.pixelColor(1, 0).alpha(), 0x80);
+    EXPECT_EQ(img.constScanLine(0)[4], 0x10);
+}
+
+TEST(Bitmap, FillRectIncludesTheFarEdges) {
+    Bitmap bm(Size{6, 5});
+    bm.fill(0);
+    bm.fillRect(Rect{0, 0, 2, 2}, RED);
+    EXPECT_EQ(picture(bm), "......\n"
+                           "......\n"
+                           "###...\n"
+                           "###...\n"
+                           "###...\n");
+    bm.fill(0);
+    bm.fillRect(Rect{1.5f, 1.5f, 1, 1}, RED);
+    EXPECT_EQ(picture(bm), "......\n"
+                           ".###..\n"
+                           ".###..\n"
+                           ".###..\n"
+                           "......\n");
+    // A zero-size rectangle still covers one pixel.
+    bm.fill(0);
+    bm.fillRect(Rect{5, 4, 0, 0}, RED);
+    EXPECT_EQ(picture(bm), ".....#\n"
+                           "......\n"
+                           "......\n"
+                           "......\n"
+                           "......\n");
+}
+
+TEST(Bitmap, FillRectClampsBeforeTheEmptinessTest) {
+    Bitmap bm(Size{4, 3});
+    bm.fill(0);
+    // Wholly left of the bitmap: the clamped span is column 0.
+    bm.fillRect(Rect{-10, 0, 5, 1}, RED);
+    EXPECT_EQ(picture(bm), "....\n"
+                           "#...\n"
+                           "#...\n");
+    // Wholly above and right: the top-right corner.
+    bm.fill(0);
+    bm.fillRect(Rect{100, 100, 3, 3}, RED);
+    EXPECT_EQ(picture(bm), "...#\n"
+                           "....\n"
+                           "....\n");
+    // Negative sizes, NaN far edges and huge rectangles.
+    bm.fill(0);
+    bm.fillRect(Rect{2, 2, -1.5f, 0}, RED);
+    bm.fillRect(Rect{1, 1, 0, -3}, RED);
+    EXPECT_EQ(picture(bm), "....\n....\n....\n");
+    bm.fillRect(Rect{-1e30f, -1e30f, 2e30f, 2e30f}, RED);
+    EXPECT_EQ(picture(bm), "####\n####\n####\n");
+    // NaN edges count as 0.
+    bm.fill(0);
+    bm.fillRect(Rect{NAN, NAN, NAN, NAN}, RED);
+    EXPECT_EQ(picture(bm), "....\n....\n#...\n");
+}
+
+TEST(Bitmap, PixelSpanOfOneRule) {
+    Bitmap bm(Size{10, 8});
+    const PixelSpan s = bm.pixelSpan(Rect{1.25f, 2.75f, 3.5f, 0.25f});
+    EXPECT_EQ(s.x0, 1);
+    EXPECT_EQ(s.x1, 5);
+    EXPECT_EQ(s.y0, 2);
+    EXPECT_EQ(s.y1, 3);
+    // Empty after clamping: far edge left of the near edge.
+    EXPECT_TRUE(bm.pixelSpan(Rect{5, 5, -2.5f, 1}).empty());
+    EXPECT_FALSE(bm.pixelSpan(Rect{5, 5, -0.5f, 1}).empty()); // floor 5, ceil 5
+}
+
+TEST(Bitmap, CopyRectUsesEachBitmapsOwnRows) {
+    Bitmap from(Size{5, 4}), to(Size{5, 4});
+    fillWithTags(from);
+    to.fill(0);
+    from.copyRect(Rect{1, 1, 1, 2}, to);
+    for (int y = 0; y < 4; ++y)
+        for (int x = 0; x < 5; ++x) {
+            const bool inside = x >= 1 && x <= 2 && y >= 1 && y <= 3;
+            EXPECT_EQ(to.at(x, y), inside ? tag(x, y) : 0u) << x << "," << y;
+        }
+    to.fill(0);
+    from.copyAllTo(to);
+    EXPECT_EQ(std::memcmp(from.pixels(), to.pixels(), 5 * 4 * 4), 0);
+}
+
+TEST(Bitmap, FlipYSwapsMirroredRowsOnly) {
+    Bitmap one(Size{3, 1});
+    fillWithTags(one);
+    one.flipY();
+    for (int x = 0; x < 3; ++x) EXPECT_EQ(one.at(x, 0), tag(x, 0));
+
+    Bitmap three(Size{2, 3});
+    fillWithTags(three);
+    three.flipY();
+    for (int x = 0; x < 2; ++x) {
+        EXPECT_EQ(three.at(x, 0), tag(x, 2));
+        EXPECT_EQ(three.at(x, 1), tag(x, 1));
+        EXPECT_EQ(three.at(x, 2), tag(x, 0));
+    }
+    Bitmap four(Size{1, 4});
+    fillWithTags(four);
+    four.flipY();
+    for (int y = 0; y < 4; ++y) EXPECT_EQ(four.at(0, y), tag(0, 3 - y));
+}
+
+TEST(Bitmap, ColorAtTruncatesAndClamps) {
+    Bitmap bm(Size{6, 4});
+    fillWithTags(bm);
+    EXPECT_EQ(bm.colorAt({-0.5f, -3}), tag(0, 0));
+    EXPECT_EQ(bm.colorAt({1e9f, 1e9f}), tag(5, 3));
+    EXPECT_EQ(bm.colorAt({2.99f, 1.01f}), tag(2, 1));
+    EXPECT_EQ(bm.colorAt({-0.99f, 3.5f}), tag(0, 3));
+    EXPECT_EQ(bm.colorAt({NAN, 2}), tag(0, 2));
+    EXPECT_EQ(bm.colorAt({INFINITY, -INFINITY}), tag(5, 0));
+}
+
+TEST(Bitmap, EmptyBitmapsTakeEveryOperation) {
+    for (Size size :
+         {Size{0, 0}, Size{5, 0}, Size{0, 5}, Size{-3, 4}, Size{NAN, 2}, Size{0.5f, 9}}) {
+        Bitmap bm(size);
+        Bitmap other(size);
+        EXPECT_EQ(bm.width() * bm.height(), 0);
+        bm.fill(RED);
+        bm.fillRect(Rect{0, 0, 10, 10}, RED);
+        bm.copyRect(Rect{0, 0, 10, 10}, other);
+        bm.copyAllTo(other);
+        bm.flipY();
+        EXPECT_EQ(bm.colorAt({0, 0}), TRANSPARENT);
+        EXPECT_TRUE(bm.pixelSpan(Rect{0, 0, 1, 1}).empty());
+        bm.transferRect(Rect{0, 0, 10, 10}, other, 0, 1.0f);
+        bm.transferRect(Rect{0, 0, 10, 10}, other, 7, 0.5f);
+        bm.medianCutColors(4);
+        auto copy = Bitmap::initWithCopy(bm);
+        EXPECT_EQ(copy->width() * copy->height(), 0);
+        QImage target(4, 4, QImage::Format_RGBA8888_Premultiplied);
+        QPainter painter(&target);
+        bm.drawInRect(painter, Rect{0, 0, 4, 4});
+        bm.drawScaledInRect(painter, Rect{0, 0, 4, 4});
+    }
+}
+
+TEST(Bitmap, HugeSizesAreRefused) {
+    EXPECT_THROW(Bitmap(Size{1e6f, 1e6f}), std::bad_alloc);
+    EXPECT_THROW(Bitmap(Size{INFINITY, 1}), std::bad_alloc);
+}
+
+TEST(Bitmap, WorldTransformGoesThroughTheContext) {
+    Bitmap bm(Size{100, 100});
+    EXPECT_TRUE(bm.transform().isIdentity());
+    bm.translate({10, 20});
+    bm.scale(2);
+    EXPECT_EQ(bm.worldPointToBitmapPoint({1, 1}), (Point{12, 22}));
+    EXPECT_EQ(bm.bitmapPointToWorldPoint({12, 22}), (Point{1, 1}));
+    EXPECT_EQ(bm.transform(), bm.graphicsContext().ctm());
+
+    const AffineMatrix t{0, 1, -1, 0, 5, 7};
+    bm.setTransform(t);
+    const AffineMatrix m = bm.transform();
+    EXPECT_NEAR(m.a, t.a, 1e-6);
+    EXPECT_NEAR(m.b, t.b, 1e-6);
+    EXPECT_NEAR(m.c, t.c, 1e-6);
+    EXPECT_NEAR(m.d, t.d, 1e-6);
+    EXPECT_NEAR(m.tx, t.tx, 1e-5);
+    EXPECT_NEAR(m.ty, t.ty, 1e-5);
+}
+
+TEST(Bitmap, WorldRectMapsToTheBoundingBoxOfItsCorners) {
+    Bitmap bm(Size{10, 10});
+    bm.rotate(float(std::numbers::pi / 4));
+    const Rect r = bm.worldRectToBitmapRect(Rect{0, 0, 2, 2});
+    const float h = float(std::sqrt(2.0));
+    EXPECT_NEAR(r.x, -h, 1e-5);
+    EXPECT_NEAR(r.y, 0, 1e-5);
+    EXPECT_NEAR(r.width, 2 * h, 1e-5);
+    EXPECT_NEAR(r.height, 2 * h, 1e-5);
+    // Under a mirror the corners swap places but the box does not.
+    Bitmap flipped(Size{10, 10});
+    flipped.scale(-1);
+    EXPECT_EQ(flipped.worldRectToBitmapRect(Rect{1, 2, 3, 4}), (Rect{-4, -6, 3, 4}));
+}
+
+TEST(Bitmap, CopyKeepsPixelsButNotTheTransform) {
+    Bitmap bm(Size{7, 3});
+    fillWithTags(bm);
+    bm.rotate(0.3f);
+    bm.translate({4, -2});
+    auto copy = Bitmap::initWithCopy(bm);
+    EXPECT_TRUE(copy->transform().isIdentity());
+    EXPECT_EQ(copy->size(), bm.size());
+    EXPECT_EQ(std::memcmp(copy->pixels(), bm.pixels(), 7 * 3 * 4), 0);
+}
+
+TEST(Bitmap, DrawInRectShowsTheBitmapUprightInAYUpPainter) {
+    Bitmap bm(Size{4, 2});
+    bm.fill(0);
+    bm.at(0, 1) = RED; // top-left in bitmap coordinates
+    bm.at(3, 0) = BLUE;
+    QImage target(4, 2, QImage::Format_RGBA8888_Premultiplied);
+    target.fill(Qt::transparent);
+    {
+        QPainter painter(&target);
+        // A y-up painter over the target image.
+        painter.translate(0, 2);
+        painter.scale(1, -1);
+        bm.drawInRect(painter, Rect{0, 0, 4, 2});
+    }
+    EXPECT_EQ(target.pixelColor(0, 0), QColor(255, 0, 0));
+    EXPECT_EQ(target.pixelColor(3, 1), QColor(0, 0, 255));
+    EXPECT_EQ(target.pixelColor(1, 0).alpha(), 0);
+
+    // drawInRect takes the same rectangle from the bitmap; the scaled form
+    // shrinks the whole bitmap into the target.
+    target.fill(Qt::transparent);
+    {
+        QPainter painter(&target);
+        painter.translate(0, 2);
+        painter.scale(1, -1);
+        bm.drawInRect(painter, Rect{2, 0, 2, 1});
+        bm.drawScaledInRect(painter, Rect{0, 0, 2, 2});
+    }
+    EXPECT_EQ(target.pixelColor(3, 1), QColor(0, 0, 255));
+    EXPECT_EQ(target.pixelColor(2, 0).alpha(), 0);
+    EXPECT_EQ(target.pixelColor(0, 0).red(), 255);
 }
