@@ -224,8 +224,8 @@ void CoverageRasterizer::accumulateClippedArea(float fx0, float fy0, float fx1, 
     int n = 1;
     if ((x0 < 0) != (x1 < 0)) ts[n++] = (0 - x0) / (x1 - x0);
     if ((x0 > w) != (x1 > w)) ts[n++] = (w - x0) / (x1 - x0);
+    if (n == 3 && ts[2] < ts[1]) std::swap(ts[1], ts[2]);
     ts[n++] = 1;
-    std::sort(ts + 1, ts + n - 1);
     auto clampX = [w](double v) { return static_cast<float>(std::clamp(v, 0.0, w)); };
     auto clampY = [h](double v) { return static_cast<float>(std::clamp(v, 0.0, h)); };
     for (int i = 0; i + 1 < n; ++i) {

@@ -20,7 +20,7 @@ public:
     enum class FillRule { NonZero, EvenOdd };
 
     // Largest flattening error of curves, in pixels.
-    static constexpr float kTolerance = 0.2f;
+    static constexpr float kTolerance = 0.05f;
 
     // Forgets the path (keeps the buffers) and sets the size of the target
     // that the next fill paints into; nothing outside it is painted.

@@ -1,0 +1,224 @@
+#include "raster/GraphicsContext.h"
+#include "raster/Bitmap.h"
+
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <numbers>
+
+namespace {
+
+void clear(Bitmap& bm, std::uint32_t color) {
+    std::fill(bm.pixels(), bm.pixels() + std::size_t(bm.width() * bm.height()), color);
+}
+
+void addRect(GraphicsContext& gc, float x, float y, float w, float h) {
+    gc.moveToPoint(x, y);
+    gc.addLineToPoint(x + w, y);
+    gc.addLineToPoint(x + w, y + h);
+    gc.addLineToPoint(x, y + h);
+    gc.closePath();
+}
+
+std::uint32_t alpha(std::uint32_t px) {
+    return px >> 24;
+}
+
+} // namespace
+
+TEST(GraphicsContext, FillsInBitmapCoordinatesWithPremultipliedColour) {
+    Bitmap bm(Size{20, 10});
+    clear(bm, TRANSPARENT);
+    GraphicsContext& gc = bm.graphicsContext();
+    gc.setFillColor(Color::device(1, 0.5f, 0, 0.5f));
+    addRect(gc, 2, 1, 3, 2); // y up: rows 1 and 2 from the bottom
+    gc.fillPath();
+    EXPECT_TRUE(gc.isPathEmpty());
+    EXPECT_EQ(bm.at(2, 1), 0x80004080u);
+    EXPECT_EQ(bm.at(4, 2), 0x80004080u);
+    EXPECT_EQ(bm.at(5, 1), 0u);
+    EXPECT_EQ(bm.at(2, 3), 0u);
+    EXPECT_EQ(bm.at(2, 0), 0u);
+    // Memory row of bitmap row 1 is height - 2.
+    EXPECT_EQ(bm.pixels()[8 * 20 + 2], 0x80004080u);
+    EXPECT_EQ(GraphicsContext::premultiplied(Color::device(2, -1, NAN, 1)), 0xFF0000FFu);
+}
+
+TEST(GraphicsContext, MapsThroughTheCurrentTransform) {
+    Bitmap bm(Size{40, 40});
+    clear(bm, TRANSPARENT);
+    GraphicsContext& gc = bm.graphicsContext();
+    // Translate, rotate a quarter turn, scale: user (x, y) -> (30 - 2y, 5 + 2x).
+    gc.translateCTM(30, 5);
+    gc.rotateCTM(float(std::numbers::pi / 2));
+    gc.scaleCTM(2, 2);
+    addRect(gc, 1, 2, 5, 3); // -> x 20..26, y 7..17
+    gc.fillPath();
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 40; ++x) {
+            const bool inside = x >= 20 && x < 26 && y >= 7 && y < 17;
+            ASSERT_EQ(alpha(bm.at(x, y)), inside ? 255u : 0u) << x << "," << y;
+        }
+    // Bounds stay in user space.
+    addRect(gc, 1, 2, 5, 3);
+    EXPECT_EQ(gc.pathBoundingBox(), (Rect{1, 2, 5, 3}));
+    // Changing the CTM afterwards maps the stored path back by the new one.
+    gc.scaleCTM(0.5f, 0.5f);
+    const Rect moved = gc.pathBoundingBox();
+    EXPECT_NEAR(moved.x, 2, 1e-4);
+    EXPECT_NEAR(moved.y, 4, 1e-4);
+    EXPECT_NEAR(moved.width, 10, 1e-4);
+    EXPECT_NEAR(moved.height, 6, 1e-4);
+}
+
+TEST(GraphicsContext, PathRulesAndBounds) {
+    Bitmap bm(Size{30, 30});
+    GraphicsContext& gc = bm.graphicsContext();
+    EXPECT_EQ(gc.pathBoundingBox(), Rect{});
+    // Lines and curves without a current point are ignored.
+    gc.addLineToPoint(5, 5);
+    gc.addCurveToPoint(1, 1, 2, 2, 3, 3);
+    EXPECT_TRUE(gc.isPathEmpty());
+    // Control points count in the bounds.
+    gc.moveToPoint(0, 0);
+    gc.addCurveToPoint(10, 20, -5, 20, 4, 0);
+    EXPECT_EQ(gc.pathBoundingBox(), (Rect{-5, 0, 15, 20}));
+    gc.beginPath();
+    EXPECT_EQ(gc.pathBoundingBox(), Rect{});
+    // After a close, drawing goes on from the subpath's start: this paints
+    // the triangles (0,0)(10,0)(10,10) and (0,0)(0,10)(10,10).
+    clear(bm, TRANSPARENT);
+    gc.moveToPoint(0, 0);
+    gc.addLineToPoint(10, 0);
+    gc.addLineToPoint(10, 10);
+    gc.closePath();
+    gc.addLineToPoint(0, 10);
+    gc.addLineToPoint(10, 10);
+    gc.fillPath();
+    EXPECT_EQ(alpha(bm.at(8, 2)), 255u);
+    EXPECT_EQ(alpha(bm.at(2, 8)), 255u);
+    EXPECT_EQ(alpha(bm.at(12, 2)), 0u);
+}
+
+TEST(GraphicsContext, AntialiasOffPaintsWholePixelsOnly) {
+    Bitmap bm(Size{40, 40});
+    clear(bm, TRANSPARENT);
+    GraphicsContext& gc = bm.graphicsContext();
+    gc.setShouldAntialias(false);
+    gc.moveToPoint(3.3f, 4.1f);
+    gc.addCurveToPoint(30.7f, 2.2f, 36.1f, 35.5f, 10.2f, 30.9f);
+    gc.closePath();
+    gc.fillPath();
+    gc.moveToPoint(2.2f, 37.3f);
+    gc.addLineToPoint(37.7f, 20.1f);
+    gc.setLineWidth(2.5f);
+    gc.strokePath();
+    int painted = 0;
+    for (int i = 0; i < 40 * 40; ++i) {
+        const std::uint32_t a = alpha(bm.pixels()[i]);
+        ASSERT_TRUE(a == 0 || a == 255) << a;
+        painted += a == 255;
+    }
+    EXPECT_GT(painted, 300);
+}
+
+TEST(GraphicsContext, StrokesWithWidthJoinAndStrokeColour) {
+    Bitmap bm(Size{40, 40});
+    GraphicsContext& gc = bm.graphicsContext();
+    gc.setFillColor(Color::device(0, 1, 0));
+    gc.setStrokeColor(Color::device(1, 0, 0));
+    gc.setLineWidth(4);
+    auto corner = [&](GraphicsContext::LineJoin join) {
+        clear(bm, TRANSPARENT);
+        gc.setLineJoin(join);
+        gc.moveToPoint(5, 20);
+        gc.addLineToPoint(20, 20);
+        gc.addLineToPoint(20, 5);
+        gc.strokePath();
+    };
+    corner(GraphicsContext::LineJoin::Miter);
+    EXPECT_EQ(bm.at(10, 19), RED); // inside the band
+    EXPECT_EQ(bm.at(10, 21), RED);
+    EXPECT_EQ(bm.at(10, 23), 0u); // beyond half the width
+    EXPECT_EQ(bm.at(10, 15), 0u);
+    EXPECT_EQ(bm.at(5, 19), RED); // butt cap: ends at x = 5
+    EXPECT_EQ(bm.at(3, 19), 0u);
+    EXPECT_EQ(bm.at(21, 21), RED); // the miter fills the outer corner
+    corner(GraphicsContext::LineJoin::Bevel);
+    EXPECT_EQ(bm.at(21, 21), 0u); // the bevel cuts it off
+    EXPECT_EQ(bm.at(20, 20), RED);
+    EXPECT_TRUE(gc.isPathEmpty());
+}
+
+TEST(GraphicsContext, DrawsImagesWithFractionFlipAndInterpolation) {
+    // A 2 x 2 image, top row red/green, bottom row blue/white.
+    QImage image(2, 2, QImage::Format_RGBA8888_Premultiplied);
+    image.setPixelColor(0, 0, Qt::red);
+    image.setPixelColor(1, 0, Qt::green);
+    image.setPixelColor(0, 1, Qt::blue);
+    image.setPixelColor(1, 1, Qt::white);
+    Bitmap bm(Size{20, 20});
+    GraphicsContext& gc = bm.graphicsContext();
+
+    // Plain: the image's first row lies along the rectangle's minY edge.
+    clear(bm, TRANSPARENT);
+    gc.setInterpolationQuality(GraphicsContext::InterpolationQuality::None);
+    gc.drawImage(Rect{0, 0, 20, 20}, image);
+    EXPECT_EQ(bm.at(2, 2), RED);
+    EXPECT_EQ(bm.at(17, 2), GREEN);
+    EXPECT_EQ(bm.at(2, 17), BLUE);
+
+    // With a vertical flip in the CTM, as image strokes draw: upright.
+    clear(bm, TRANSPARENT);
+    gc.saveGState();
+    gc.translateCTM(0, 20);
+    gc.scaleCTM(1, -1);
+    gc.drawImage(Rect{0, 0, 20, 20}, image);
+    gc.restoreGState();
+    EXPECT_EQ(bm.at(2, 17), RED);
+    EXPECT_EQ(bm.at(2, 2), BLUE);
+    EXPECT_EQ(bm.at(17, 2), WHITE);
+
+    // Fraction: half over transparent gives half alpha.
+    clear(bm, TRANSPARENT);
+    gc.drawImage(Rect{0, 0, 20, 20}, image, 0.5f);
+    EXPECT_NEAR(double(alpha(bm.at(2, 2))), 128, 1);
+
+    // Smooth interpolation blends neighbours at the middle; none does not.
+    clear(bm, TRANSPARENT);
+    gc.setInterpolationQuality(GraphicsContext::InterpolationQuality::High);
+    gc.drawImage(Rect{0, 0, 20, 20}, image);
+    const std::uint32_t mid = bm.at(10, 2);
+    EXPECT_GT(mid & 0xFF, 40u);
+    EXPECT_GT((mid >> 8) & 0xFF, 40u);
+
+    // Empty rectangles, null images and zero fractions draw nothing.
+    clear(bm, TRANSPARENT);
+    gc.drawImage(Rect{0, 0, 0, 20}, image);
+    gc.drawImage(Rect{0, 0, 20, 20}, QImage());
+    gc.drawImage(Rect{0, 0, 20, 20}, image, 0);
+    for (int i = 0; i < 400; ++i) ASSERT_EQ(bm.pixels()[i], 0u);
+}
+
+TEST(GraphicsContext, SaveAndRestoreState) {
+    Bitmap bm(Size{4, 4});
+    GraphicsContext& gc = bm.graphicsContext();
+    gc.saveGState();
+    gc.setFillColor(Color::device(1, 0, 0));
+    gc.setLineWidth(7);
+    gc.setShouldAntialias(false);
+    gc.translateCTM(3, 4);
+    gc.setLineJoin(GraphicsContext::LineJoin::Round);
+    gc.restoreGState();
+    EXPECT_EQ(gc.fillColor(), Color::device(0, 0, 0));
+    EXPECT_EQ(gc.lineWidth(), 1);
+    EXPECT_TRUE(gc.shouldAntialias());
+    EXPECT_TRUE(gc.ctm().isIdentity());
+    EXPECT_EQ(gc.lineJoin(), GraphicsContext::LineJoin::Miter);
+    gc.restoreGState(); // more restores than saves: ignored
+    EXPECT_TRUE(gc.ctm().isIdentity());
+}

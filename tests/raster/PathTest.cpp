@@ -1,0 +1,174 @@
+#include "raster/Path.h"
+#include "raster/Bitmap.h"
+#include "raster/CGContextWrapper.h"
+#include "raster/GraphicsContext.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numbers>
+#include <vector>
+
+namespace {
+
+PathElement el(std::int32_t type, Point a = {}, Point b = {}, Point c = {}) {
+    PathElement e;
+    e.type = type;
+    e.points[0] = a;
+    e.points[1] = b;
+    e.points[2] = c;
+    return e;
+}
+
+// A closed square of five elements, counter-clockwise (y up) or clockwise.
+void square(std::vector<PathElement>& out, float x, float y, float s, bool ccw = true) {
+    out.push_back(el(MoveToElement, {x, y}));
+    if (ccw) {
+        out.push_back(el(LineToElement, {x + s, y}));
+        out.push_back(el(LineToElement, {x + s, y + s}));
+        out.push_back(el(LineToElement, {x, y + s}));
+    } else {
+        out.push_back(el(LineToElement, {x, y + s}));
+        out.push_back(el(LineToElement, {x + s, y + s}));
+        out.push_back(el(LineToElement, {x + s, y}));
+    }
+    out.push_back(el(ClosePathElement));
+}
+
+void clear(Bitmap& bm) {
+    std::fill(bm.pixels(), bm.pixels() + bm.width() * bm.height(), 0u);
+}
+
+std::uint32_t alpha(std::uint32_t px) {
+    return px >> 24;
+}
+
+} // namespace
+
+TEST(Path, BatchesEndAtTheFirstCloseAfterTheirCount) {
+    Bitmap bm(Size{4, 4});
+    GraphicsContext& gc = bm.graphicsContext();
+    // 25 closed subpaths of 10 elements: batches 0-109, 110-219, 220-249.
+    std::vector<PathElement> e;
+    for (int s = 0; s < 25; ++s) {
+        e.push_back(el(MoveToElement, {0, 0}));
+        for (int i = 0; i < 8; ++i) e.push_back(el(LineToElement, {float(i), 1}));
+        e.push_back(el(ClosePathElement));
+    }
+    const Path path(e);
+    ASSERT_EQ(path.elementCount(), 250);
+    EXPECT_EQ(path.loadPathStartingAt(0, 100, gc), 110);
+    EXPECT_EQ(path.loadPathStartingAt(110, 100, gc), 220);
+    EXPECT_EQ(path.loadPathStartingAt(220, 100, gc), 250);
+    // A close exactly at start + count ends the batch there.
+    EXPECT_EQ(path.loadPathStartingAt(1, 98, gc), 100);
+
+    // One open subpath of 500 elements is a single batch.
+    std::vector<PathElement> open{el(MoveToElement, {0, 0})};
+    for (int i = 1; i < 500; ++i) open.push_back(el(LineToElement, {float(i % 7), float(i % 3)}));
+    EXPECT_EQ(Path(open).loadPathStartingAt(0, 100, gc), 500);
+}
+
+TEST(Path, NonZeroBatchesDoNotCancelEachOther) {
+    // Two overlapping squares drawn in opposite directions. In one batch the
+    // overlap has winding zero and stays empty; with the second square in a
+    // later batch both are painted in full.
+    auto render = [](bool sameBatch) {
+        std::vector<PathElement> e;
+        square(e, 10, 10, 20, true);
+        std::vector<PathElement> filler;
+        for (int i = 0; i < 20; ++i) square(filler, 60, 60, 2);
+        if (sameBatch) {
+            square(e, 20, 20, 20, false);
+            e.insert(e.end(), filler.begin(), filler.end());
+        } else {
+            e.insert(e.end(), filler.begin(), filler.end());
+            square(e, 20, 20, 20, false);
+        }
+        auto bm = std::make_unique<Bitmap>(Size{64, 64});
+        clear(*bm);
+        const Rect r = Path(e).fillInContext(bm->cgContext(), NonZeroWindingRule);
+        EXPECT_EQ(r, (Rect{10, 10, 52, 52}));
+        return bm;
+    };
+    const auto same = render(true);
+    const auto separate = render(false);
+    EXPECT_EQ(alpha(same->at(15, 15)), 255u);
+    EXPECT_EQ(alpha(same->at(35, 35)), 255u);
+    EXPECT_EQ(alpha(same->at(25, 25)), 0u);
+    EXPECT_EQ(alpha(separate->at(25, 25)), 255u);
+    EXPECT_EQ(alpha(separate->at(61, 61)), 255u);
+}
+
+TEST(Path, EvenOddLeavesHolesWhereNonZeroFills) {
+    std::vector<PathElement> e;
+    square(e, 4, 4, 24);
+    square(e, 10, 10, 12); // same direction, inside
+    const Path path(e);
+    Bitmap bm(Size{32, 32});
+    clear(bm);
+    EXPECT_EQ(path.fillInContext(bm.cgContext(), EvenOddWindingRule), (Rect{4, 4, 24, 24}));
+    EXPECT_EQ(alpha(bm.at(15, 15)), 0u);
+    EXPECT_EQ(alpha(bm.at(6, 6)), 255u);
+    clear(bm);
+    path.fillInContext(bm.cgContext(), NonZeroWindingRule);
+    EXPECT_EQ(alpha(bm.at(15, 15)), 255u);
+}
+
+TEST(Path, EmptyPathFillsNothing) {
+    Bitmap bm(Size{8, 8});
+    clear(bm);
+    const Path empty;
+    EXPECT_EQ(empty.fillInContext(bm.cgContext(), NonZeroWindingRule), Rect{});
+    EXPECT_EQ(empty.fillInContext(bm.cgContext(), EvenOddWindingRule), Rect{});
+    EXPECT_EQ(empty.boundsInContext(bm.cgContext()), Rect{});
+    for (int i = 0; i < 64; ++i) ASSERT_EQ(bm.pixels()[i], 0u);
+}
+
+TEST(Path, StrokeReturnsBoundsGrownByAFullLineWidth) {
+    Bitmap bm(Size{32, 32});
+    clear(bm);
+    CGContextWrapper& w = bm.cgContext();
+    w.setLineWidth(4);
+    w.setStrokeColor(Color::red());
+    const Path line(
+        std::vector<PathElement>{el(MoveToElement, {0, 0}), el(LineToElement, {10, 0})});
+    EXPECT_EQ(line.strokeInContext(w), (Rect{-4, -4, 18, 8}));
+    EXPECT_EQ(w.contextRef().lineJoin(), GraphicsContext::LineJoin::Bevel);
+    EXPECT_EQ(bm.at(5, 1), RED); // half the width above the line
+    EXPECT_EQ(bm.at(5, 2), 0u);
+}
+
+TEST(Path, BoundsIncludeControlPointsAndStayLoaded) {
+    Bitmap bm(Size{8, 8});
+    CGContextWrapper& w = bm.cgContext();
+    const Path curve(std::vector<PathElement>{el(MoveToElement, {1, 1}),
+                                              el(CurveToElement, {5, 9}, {-3, 7}, {2, 2}),
+                                              el(42, {100, 100}), // unknown kind: skipped
+                                              el(ClosePathElement)});
+    EXPECT_EQ(curve.boundsInContext(w), (Rect{-3, 1, 8, 8}));
+    EXPECT_FALSE(w.contextRef().isPathEmpty());
+    EXPECT_EQ(w.contextRef().pathBoundingBox(), (Rect{-3, 1, 8, 8}));
+}
+
+TEST(Path, FillsThroughARotatedScaledTransform) {
+    // The bitmap's world transform: scale 2, quarter turn, moved right.
+    Bitmap bm(Size{64, 64});
+    clear(bm);
+    GraphicsContext& gc = bm.graphicsContext();
+    gc.translateCTM(60, 0);
+    gc.rotateCTM(float(std::numbers::pi / 2));
+    gc.scaleCTM(2, 2);
+    std::vector<PathElement> e;
+    square(e, 4, 5, 10); // world x 4..14, y 5..15 -> bitmap x 30..50, y 8..28
+    const Rect r = Path(e).fillInContext(bm.cgContext(), NonZeroWindingRule);
+    EXPECT_EQ(r, (Rect{4, 5, 10, 10})); // world coordinates
+    int painted = 0;
+    for (int y = 0; y < 64; ++y)
+        for (int x = 0; x < 64; ++x) {
+            const bool inside = x >= 30 && x < 50 && y >= 8 && y < 28;
+            ASSERT_EQ(alpha(bm.at(x, y)), inside ? 255u : 0u) << x << "," << y;
+            painted += inside;
+        }
+    EXPECT_EQ(painted, 400);
+}
