@@ -190,19 +190,23 @@ void Stroke::draw() const {
         drawImageInContext(*context);
         return;
     }
-    if (!_path) return;
+    if (!_cg_path) return;
     if (_color) {
         context->setFillColor(*_color);
         context->setStrokeColor(*_color);
     }
-    // The whole path at once, as a vector path would be filled (no batches).
-    const Path whole(_path->elements());
     if (_stroke) {
         context->setLineWidth(_line_width);
-        whole.strokeInContext(*context);
-    } else {
-        whole.fillInContext(*context, windingRule());
+        _cg_path->strokeInContext(*context);
+        return;
     }
+    // The whole path at once, as a vector path is filled (no batches).
+    GraphicsContext& g = context->contextRef();
+    _cg_path->loadPathInContext(g);
+    if (windingRule() == EvenOddWindingRule)
+        g.eoFillPath();
+    else
+        g.fillPath();
 }
 
 bool Stroke::canCombineStrokeWith(const Stroke& other) const {

@@ -26,7 +26,7 @@ public:
 
     std::vector<std::function<void()>> undoActions;
     std::vector<std::function<void()>> redoActions;
-    bool _pushed = true;
+    bool _pushed = true; // the next redo() is the one push() makes
 
 private:
     UndoManager& _manager;
@@ -152,14 +152,21 @@ void UndoManager::runUndo(Step& step) {
     std::vector<std::function<void()>> actions = std::move(step.undoActions);
     step.undoActions.clear();
     step.redoActions.clear();
-    FlagGuard guard(_undoing, _collect, step.redoActions);
-    runNewestFirst(actions);
+    {
+        FlagGuard guard(_undoing, _collect, step.redoActions);
+        runNewestFirst(actions);
+    }
+    // Nothing to redo: the stack drops the step instead of offering it.
+    if (step.redoActions.empty()) step.setObsolete(true);
 }
 
 void UndoManager::runRedo(Step& step) {
     std::vector<std::function<void()>> actions = std::move(step.redoActions);
     step.redoActions.clear();
     step.undoActions.clear();
-    FlagGuard guard(_redoing, _collect, step.undoActions);
-    runNewestFirst(actions);
+    {
+        FlagGuard guard(_redoing, _collect, step.undoActions);
+        runNewestFirst(actions);
+    }
+    if (step.undoActions.empty()) step.setObsolete(true);
 }

@@ -161,13 +161,14 @@ void CoverageRasterizer::accumulateArea(float x0, float y0, float x1, float y1) 
         dir = -1.0f;
     }
     const float dxdy = (x1 - x0) / (y1 - y0);
+    const float xlo = std::min(x0, x1), xhi = std::max(x0, x1);
     const int rowEnd = std::min(_box.h, static_cast<int>(std::ceil(y1)));
     float x = x0;
     for (int y = static_cast<int>(y0); y < rowEnd; ++y) {
         float* row = _cells.data() + std::size_t(y) * std::size_t(_pitch);
         const float yb = float(y + 1);
         const float dy = std::min(yb, y1) - std::max(float(y), y0);
-        const float xnext = yb >= y1 ? x1 : x + dxdy * dy;
+        const float xnext = yb >= y1 ? x1 : std::clamp(x0 + (yb - y0) * dxdy, xlo, xhi);
         const float d = dy * dir;
         const float xa = std::min(x, xnext), xb = std::max(x, xnext);
         const float xaFloor = std::floor(xa);
@@ -268,29 +269,36 @@ void CoverageRasterizer::fill(std::uint32_t* pixels, std::uint32_t color, FillRu
     const float fy0 = std::clamp(std::floor(_minY), 0.0f, float(_height));
     const float fy1 = std::clamp(std::ceil(_maxY), 0.0f, float(_height));
     if (!(fx1 > fx0 && fy1 > fy0)) return;
-    _box = {static_cast<int>(fx0), static_cast<int>(fy0), static_cast<int>(fx1 - fx0),
-            static_cast<int>(fy1 - fy0)};
-    const bool clipped = _minX < fx0 || _maxX > fx1 || _minY < fy0 || _maxY > fy1;
+    const int x0 = static_cast<int>(fx0), w = static_cast<int>(fx1 - fx0);
+    const int y0 = static_cast<int>(fy0), y1 = static_cast<int>(fy1);
+    const bool clippedX = _minX < fx0 || _maxX > fx1;
 
-    _pitch = _box.w + 2;
-    const std::size_t cells = std::size_t(_pitch) * std::size_t(_box.h);
+    // Tall boxes are done in bands so that the cell buffer stays small.
+    _pitch = w + 2;
+    const int bandRows = std::max(1, kMaxCells / _pitch);
+    const std::size_t cells = std::size_t(_pitch) * std::size_t(std::min(bandRows, y1 - y0));
     if (_cells.size() < cells) _cells.resize(cells, 0.0f);
-    if (_rowLo.size() < std::size_t(_box.h)) {
-        _rowLo.resize(std::size_t(_box.h), std::numeric_limits<int>::max());
-        _rowHi.resize(std::size_t(_box.h), -1);
+    for (int band = y0; band < y1; band += bandRows) {
+        _box = {x0, band, w, std::min(bandRows, y1 - band)};
+        if (_rowLo.size() < std::size_t(_box.h)) {
+            _rowLo.resize(std::size_t(_box.h), std::numeric_limits<int>::max());
+            _rowHi.resize(std::size_t(_box.h), -1);
+        }
+        const float ox = float(x0), oy = float(band), h = float(_box.h);
+        const bool clipped = clippedX || _minY < oy || _maxY > oy + h;
+        for (const Segment& s : _segments) {
+            const float sy0 = s.y0 - oy, sy1 = s.y1 - oy;
+            if ((sy0 <= 0 && sy1 <= 0) || (sy0 >= h && sy1 >= h)) continue;
+            const float sx0 = s.x0 - ox, sx1 = s.x1 - ox;
+            if (!antialias)
+                accumulateCentres(sx0, sy0, sx1, sy1);
+            else if (clipped)
+                accumulateClippedArea(sx0, sy0, sx1, sy1);
+            else
+                accumulateArea(sx0, sy0, sx1, sy1);
+        }
+        sweep(pixels, color, rule, antialias);
     }
-
-    const float ox = fx0, oy = fy0;
-    for (const Segment& s : _segments) {
-        const float x0 = s.x0 - ox, y0 = s.y0 - oy, x1 = s.x1 - ox, y1 = s.y1 - oy;
-        if (!antialias)
-            accumulateCentres(x0, y0, x1, y1);
-        else if (clipped)
-            accumulateClippedArea(x0, y0, x1, y1);
-        else
-            accumulateArea(x0, y0, x1, y1);
-    }
-    sweep(pixels, color, rule, antialias);
 }
 
 // Runs the winding sum along each row, paints, and leaves the cells zero.

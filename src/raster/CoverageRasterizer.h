@@ -21,6 +21,8 @@ public:
 
     // Largest flattening error of curves, in pixels.
     static constexpr float kTolerance = 0.05f;
+    // Most cells accumulated at once; taller boxes are filled in bands.
+    static constexpr int kMaxCells = 1 << 20;
 
     // Forgets the path (keeps the buffers) and sets the size of the target
     // that the next fill paints into; nothing outside it is painted.

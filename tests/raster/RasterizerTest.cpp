@@ -252,6 +252,23 @@ TEST(CoverageRasterizer, ClipsAtEveryEdgeAndSurvivesBadCoordinates) {
     EXPECT_TRUE(ours(big, Rule::NonZero, true, 0, 0).empty());
 }
 
+TEST(CoverageRasterizer, TallFillsAreSeamlessAcrossBands) {
+    // Big enough to need several bands of cells; edges cross every band.
+    const int w = 1500, h = 2 * CoverageRasterizer::kMaxCells / w;
+    TestPath p;
+    p.move(10.5f, 3.25f);
+    p.line(1490.2f, float(h) - 7.7f);
+    p.line(20.75f, float(h) - 1.1f);
+    p.close();
+    p.rect(700, -5, 20, float(h) + 10);
+    for (bool aa : {true, false}) {
+        const Diff d =
+            compare(ours(p, Rule::NonZero, aa, w, h), qpainter(p, Rule::NonZero, aa, w, h));
+        EXPECT_LT(d.mean, 0.05) << aa;
+        EXPECT_LE(d.max, aa ? 8 : 255) << aa;
+    }
+}
+
 TEST(CoverageRasterizer, BlendIsSourceOverOnPremultipliedWords) {
     EXPECT_EQ(CoverageRasterizer::blend(0xFFFFFFFFu, 0xFF000000u, 255), 0xFF000000u);
     EXPECT_EQ(CoverageRasterizer::blend(0xFFFFFFFFu, 0xFF000000u, 0), 0xFFFFFFFFu);

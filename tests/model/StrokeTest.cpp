@@ -1,0 +1,356 @@
+#include "model/Stroke.h"
+#include "model/AffineTransform.h"
+#include "model/BezierPath.h"
+#include "model/KeyedArchiver.h"
+#include "model/KeyedUnarchiver.h"
+#include "model/PenPoints.h"
+#include "model/VimoCanvas.h"
+#include "raster/Bitmap.h"
+#include "raster/CGContextWrapper.h"
+#include "raster/Path.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <numbers>
+
+namespace {
+
+std::shared_ptr<BezierPath> rectPath(const Rect& r) {
+    return std::make_shared<BezierPath>(BezierPath::bezierPathWithRect(r));
+}
+
+std::shared_ptr<PenPoints> penTrace(std::initializer_list<Point> points, float radius = 5) {
+    auto p = std::make_shared<PenPoints>(AffineMatrix::identity(), radius);
+    for (Point pt : points) p->addPointAt(pt, 1);
+    return p;
+}
+
+// A corner path as the document's image placing makes it: corners 0, 1, 2, 3
+// and back to 0.
+std::shared_ptr<BezierPath> cornerPath(Point p0, Point p1, Point p2, Point p3) {
+    auto path = std::make_shared<BezierPath>();
+    const Point corners[5] = {p0, p1, p2, p3, p0};
+    path->appendBezierPathWithPoints(corners, 5);
+    return path;
+}
+
+std::shared_ptr<Stroke> decoded(const QByteArray& data) {
+    KeyedUnarchiver coder(data);
+    return std::dynamic_pointer_cast<Stroke>(Stroke::initWithCoder(coder));
+}
+
+QByteArray encodedKeys(const Stroke& s) {
+    KeyedArchiver coder;
+    s.encodeWithCoder(coder);
+    return coder.finishEncoding();
+}
+
+std::uint32_t alphaOf(std::uint32_t word) {
+    return word >> 24;
+}
+
+} // namespace
+
+TEST(StrokeBounds, FilledOutlinedAndMissingPaths) {
+    auto path = rectPath({10, 10, 20, 20});
+    path->setLineWidth(4);
+    auto filled = Stroke::initWithBezierPath(path, Color::red(), 0, 1);
+    EXPECT_EQ(filled->bounds(), (Rect{10, 10, 20, 20})); // line width plays no part
+
+    auto outlined = Stroke::initWithBezierStroke(path, Color::red(), 0, 1);
+    EXPECT_EQ(outlined->bounds(), (Rect{8, 8, 24, 24}));
+    EXPECT_EQ(outlined->lineWidth(), 4);
+
+    // Scaling moves the path but keeps the line as thick as it was.
+    auto alone =
+        Stroke::initWithBezierStroke(std::make_shared<BezierPath>(*path), Color::red(), 0, 1);
+    AffineTransform twice;
+    twice.scaleBy(2);
+    alone->transformUsingAffineTransform(twice);
+    EXPECT_EQ(alone->bezierPath()->bounds(), (Rect{20, 20, 40, 40}));
+    EXPECT_EQ(alone->bounds(), (Rect{18, 18, 44, 44}));
+    EXPECT_EQ(alone->lineWidth(), 4);
+
+    auto none = Stroke::initWithBezierPath(nullptr, Color::red(), 0, 1);
+    EXPECT_EQ(none->bounds(), Rect{});
+    EXPECT_TRUE(none->bad());
+}
+
+TEST(StrokeBounds, PathIsSharedAndMergingKeepsTheFirstBounds) {
+    auto path = rectPath({0, 0, 10, 10});
+    auto stroke = Stroke::initWithBezierPath(path, Color::blue(), 0, 1);
+    path->appendBezierPath(BezierPath::bezierPathWithRect({20, 0, 5, 5}));
+    EXPECT_EQ(stroke->bezierPath().get(), path.get());
+    stroke->pathChanged();
+    EXPECT_EQ(stroke->bounds(), (Rect{0, 0, 25, 10}));
+    EXPECT_EQ(stroke->cgPath()->elementCount(), 10);
+
+    auto pen = Stroke::initWithPenPoints(penTrace({{0, 0}, {10, 0}}), Color::blue(), 0, 1);
+    ASSERT_NE(pen, nullptr);
+    const Rect first = pen->bounds();
+    const int elements = pen->bezierPath()->elementCount();
+    pen->appendBezierPathKeepingBounds(BezierPath::bezierPathWithRect({100, 100, 5, 5}));
+    EXPECT_EQ(pen->penPoints(), nullptr);
+    EXPECT_EQ(pen->bounds(), first);
+    EXPECT_EQ(pen->cgPath()->elementCount(), elements + 5);
+    pen->transformUsingAffineTransform(AffineTransform());
+    EXPECT_EQ(pen->bounds().maxX(), 105);
+}
+
+TEST(StrokePenPoints, OutlineAndRefusals) {
+    EXPECT_EQ(Stroke::initWithPenPoints(penTrace({}), Color::black(), 0, 1), nullptr);
+    EXPECT_EQ(Stroke::initWithPenPoints(nullptr, Color::black(), 0, 1), nullptr);
+    auto damaged = std::make_shared<PenPoints>(AffineMatrix{std::nanf(""), 0, 0, 1, 0, 0}, 5);
+    damaged->addPointAt({1, 1}, 1);
+    EXPECT_EQ(Stroke::initWithPenPoints(damaged, Color::black(), 0, 1), nullptr);
+
+    auto points = penTrace({{0, 0}, {20, 0}});
+    auto stroke = Stroke::initWithPenPoints(points, Color::black(), 3, 0.5f);
+    ASSERT_NE(stroke, nullptr);
+    EXPECT_EQ(stroke->bounds(), (Rect{-5, -5, 30, 10}));
+    EXPECT_EQ(*stroke->bezierPath(), *points->buildPath());
+
+    AffineTransform move(AffineMatrix::makeTranslation(0, 7));
+    stroke->transformUsingAffineTransform(move);
+    EXPECT_EQ(stroke->bounds(), (Rect{-5, 2, 30, 10}));
+}
+
+TEST(StrokeBad, ImagesNeverAndDamagedGeometryAlways) {
+    EXPECT_FALSE(Stroke::initWithImage(QImage(2, 2, QImage::Format_ARGB32), nullptr, 1)->bad());
+    EXPECT_FALSE(Stroke::initWithBezierPath(rectPath({0, 0, 1, 1}), Color::red(), 7, 1)->bad());
+
+    auto nanPath = rectPath({0, 0, 1, 1});
+    nanPath->lineToPoint({std::nanf(""), 0});
+    EXPECT_TRUE(Stroke::initWithBezierPath(nanPath, Color::red(), 0, 1)->bad());
+
+    // A path damaged after the stroke was made is caught by asking it afresh.
+    auto later = rectPath({0, 0, 1, 1});
+    auto stroke = Stroke::initWithBezierPath(later, Color::red(), 0, 1);
+    later->lineToPoint({0, std::nanf("")});
+    EXPECT_FALSE(stroke->bounds().hasNaN());
+    EXPECT_TRUE(stroke->bad());
+}
+
+TEST(StrokeRules, CombiningAndVectorDrawing) {
+    auto make = [](int mode, float opacity, Color c) {
+        return Stroke::initWithBezierPath(rectPath({0, 0, 1, 1}), c, mode, opacity);
+    };
+    const auto image = Stroke::initWithImage(QImage(1, 1, QImage::Format_ARGB32),
+                                             cornerPath({0, 0}, {1, 0}, {1, 1}, {0, 1}), 0.2f);
+    struct Case {
+        std::shared_ptr<Stroke> a, b;
+        bool combine;
+    };
+    const Case cases[] = {
+        {make(0, 1, Color::red()), make(0, 1, Color::blue()), true},
+        {make(1, 1, Color::red()), make(1, 1, Color::blue()), true},
+        {make(2, 1, Color::red()), make(2, 1, Color::blue()), false},
+        {make(2, 1, Color::red()), make(2, 1, Color::red()), true},
+        {make(3, 1, Color::red()), make(3, 1, Color::red().usingSpace(Color::Space::DeviceRGB)),
+         false},
+        {make(7, 1, Color::red()), make(7, 1, Color::green()), true},
+        {make(0, 1, Color::red()), make(1, 1, Color::red()), false},
+        {make(0, 0.99f, Color::red()), make(0, 1, Color::red()), false},
+        {make(0, 1, Color::red()), make(0, 0.99f, Color::red()), false},
+        {make(0, 1, Color::red()), image, false},
+        {image, image, false},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(c.a->canCombineStrokeWith(*c.b), c.combine)
+            << c.a->transferMode() << " " << c.b->transferMode();
+
+    EXPECT_TRUE(make(0, 1, Color::red())->canVectorDraw());
+    EXPECT_FALSE(make(7, 1, Color::red())->canVectorDraw());
+    EXPECT_FALSE(make(0, 0.5f, Color::red())->canVectorDraw());
+    EXPECT_TRUE(image->canVectorDraw());
+}
+
+TEST(StrokeImage, TransformMapsTheImageOntoItsCorners) {
+    const QImage image(10, 5, QImage::Format_ARGB32);
+    auto stroke = Stroke::initWithImage(
+        image, cornerPath({100, 100}, {120, 100}, {120, 110}, {100, 110}), 0.5f);
+    EXPECT_EQ(stroke->bounds(), (Rect{100, 100, 20, 10}));
+    // Twice the size, no rotation, flipped: the first row lies along corner 3.
+    const AffineMatrix m = stroke->imageTransform();
+    const float got[6] = {m.a, m.b, m.c, m.d, m.tx, m.ty}, want[6] = {2, 0, 0, -2, 100, 110};
+    for (int k = 0; k < 6; ++k) EXPECT_NEAR(got[k], want[k], 1e-4) << k;
+
+    // Edge 0 -> 1 pointing up: a quarter turn.
+    auto turned = Stroke::initWithImage(image, cornerPath({0, 0}, {0, 10}, {-5, 10}, {-5, 0}), 1);
+    const Point corner = turned->imageTransform().apply({10, 5});
+    EXPECT_NEAR(corner.x, 0, 1e-4);
+    EXPECT_NEAR(corner.y, 10, 1e-4);
+
+    // Too few corners to place the image: nothing is drawn.
+    auto broken = Stroke::initWithImage(image, rectPath({0, 0, 0, 0}), 1);
+    broken->bezierPath()->removeAllPoints();
+    broken->pathChanged();
+    EXPECT_TRUE(broken->imageTransform().isIdentity());
+    Bitmap bm(Size{4, 4});
+    EXPECT_EQ(broken->drawInContext(bm.cgContext()), Rect{});
+}
+
+TEST(StrokeImage, DrawsUprightAtTwiceItsSize) {
+    // Quadrants: red top left, green top right, blue bottom left, white
+    // bottom right (as the picture is seen, first scan line at the top).
+    QImage image(4, 4, QImage::Format_ARGB32);
+    for (int y = 0; y < 4; ++y)
+        for (int x = 0; x < 4; ++x)
+            image.setPixel(x, y,
+                           y < 2 ? (x < 2 ? 0xFFFF0000 : 0xFF00FF00)
+                                 : (x < 2 ? 0xFF0000FF : 0xFFFFFFFF));
+    auto stroke = Stroke::initWithImage(image, cornerPath({0, 0}, {8, 0}, {8, 8}, {0, 8}), 1);
+    Bitmap bm(Size{8, 8});
+    std::memset(bm.pixels(), 0, 8 * 8 * 4);
+    const Rect touched = stroke->drawInContext(bm.cgContext());
+    EXPECT_EQ(touched, (Rect{0, 0, 8, 8}));
+    // Bitmap y is up: the top rows have the high y.
+    EXPECT_EQ(bm.at(0, 7), RED);
+    EXPECT_EQ(bm.at(7, 7), GREEN);
+    EXPECT_EQ(bm.at(0, 0), BLUE);
+    EXPECT_EQ(bm.at(7, 0), WHITE);
+    EXPECT_EQ(bm.at(2, 5), RED); // a 2x2 source block covers 4x4 pixels
+}
+
+TEST(StrokePainting, PenOutlineFillsTheUnionWhereCirclesAndQuadsOverlap) {
+    // A trace doubling back on itself: circles, quads and the returning
+    // quads overlap; under non-zero every overlap must be painted.
+    auto points = penTrace({{10, 20}, {40, 20}, {40, 30}, {12, 24}, {25, 12}}, 4);
+    auto stroke = Stroke::initWithPenPoints(points, Color::black(), 0, 1);
+    ASSERT_NE(stroke, nullptr);
+    Bitmap bm(Size{64, 48});
+    std::memset(bm.pixels(), 0, 64 * 48 * 4);
+    stroke->drawInContext(bm.cgContext());
+    const BezierPath& outline = *stroke->bezierPath();
+    int overlapsChecked = 0;
+    for (int y = 0; y < 48; ++y)
+        for (int x = 0; x < 64; ++x) {
+            // Pixels wholly inside or wholly outside the union (judged on a
+            // grid over the pixel) must be painted or left alone; a wrongly
+            // turned subpath would leave holes where shapes overlap. Slivers
+            // finer than the grid may cost a few levels.
+            int inside = 0, maxWinding = 0;
+            for (int j = 0; j <= 4; ++j)
+                for (int i = 0; i <= 4; ++i) {
+                    const int w = outline.windingCountAtPoint(
+                        {float(x) + float(i) / 4, float(y) + float(j) / 4});
+                    inside += w != 0;
+                    maxWinding = std::max(maxWinding, w);
+                }
+            if (inside == 25) {
+                EXPECT_GE(alphaOf(bm.at(x, y)), 250u) << x << ", " << y;
+                overlapsChecked += maxWinding >= 2;
+            } else if (inside == 0) {
+                EXPECT_LE(alphaOf(bm.at(x, y)), 5u) << x << ", " << y;
+            }
+        }
+    EXPECT_GT(overlapsChecked, 50);
+}
+
+TEST(StrokeCoding, EachKindRoundTrips) {
+    auto path = rectPath({1, 2, 3, 4});
+    auto filled = Stroke::initWithBezierPath(path, Color::device(0.1f, 0.2f, 0.3f, 0.4f), 5, 0.25f);
+    const QByteArray filledData = encodedKeys(*filled);
+    EXPECT_FALSE(KeyedUnarchiver(filledData).containsValueForKey("line_width"));
+    auto f = decoded(filledData);
+    EXPECT_EQ(*f->bezierPath(), *path);
+    EXPECT_EQ(f->color(), filled->color());
+    EXPECT_EQ(f->transferMode(), 5);
+    EXPECT_EQ(f->opacity(), 0.25f);
+    EXPECT_FALSE(f->drawAsStroke());
+
+    path->setLineWidth(6);
+    auto outlined = Stroke::initWithBezierStroke(path, Color::red(), 0, 1);
+    const QByteArray outlinedData = encodedKeys(*outlined);
+    EXPECT_TRUE(KeyedUnarchiver(outlinedData).containsValueForKey("line_width"));
+    auto o = decoded(outlinedData);
+    EXPECT_TRUE(o->drawAsStroke());
+    EXPECT_EQ(o->lineWidth(), 6);
+    EXPECT_EQ(o->bounds(), (Rect{-2, -1, 9, 10}));
+
+    auto points = penTrace({{0, 0}, {20.5f, 3}});
+    auto pen = Stroke::initWithPenPoints(points, Color::black(), 2, 1);
+    const QByteArray penData = encodedKeys(*pen);
+    EXPECT_FALSE(KeyedUnarchiver(penData).containsValueForKey("path"));
+    auto p = decoded(penData);
+    ASSERT_NE(p->penPoints(), nullptr);
+    EXPECT_EQ(p->penPoints()->points(), points->points());
+    EXPECT_EQ(*p->bezierPath(), *pen->bezierPath());
+
+    QImage picture(3, 2, QImage::Format_ARGB32);
+    picture.fill(0x80402010);
+    auto placed = Stroke::initWithImage(picture, cornerPath({0, 0}, {3, 0}, {3, 2}, {0, 2}), 0.7f);
+    auto i = decoded(encodedKeys(*placed));
+    ASSERT_TRUE(i->isImageStroke());
+    EXPECT_EQ(*i->image(), *placed->image());
+    EXPECT_FALSE(i->color().has_value());
+    EXPECT_EQ(i->opacity(), 0.7f);
+    EXPECT_EQ(*i->bezierPath(), *placed->bezierPath());
+
+    // Deep copies go through the registered class.
+    auto copy = copyWithArchiver(*outlined);
+    ASSERT_NE(copy, nullptr);
+    EXPECT_NE(copy->bezierPath(), outlined->bezierPath());
+    EXPECT_EQ(*copy->bezierPath(), *outlined->bezierPath());
+}
+
+TEST(StrokeCoding, PenPointsWinOverPathAndUnknownModesAreBad) {
+    auto points = penTrace({{5, 5}});
+    const BezierPath decoy = BezierPath::bezierPathWithRect({100, 100, 1, 1});
+    KeyedArchiver coder;
+    coder.encodeObject(points.get(), "pen_points");
+    coder.encodeBezierPath(&decoy, "path");
+    coder.encodeColor(Color::black(), "color");
+    coder.encodeInt(99, "transfer_mode");
+    coder.encodeFloat(1, "opacity");
+    auto s = decoded(coder.finishEncoding());
+    EXPECT_EQ(*s->bezierPath(), *points->buildPath());
+    EXPECT_TRUE(s->bad());
+}
+
+TEST(StrokePainting, CanvasGetsTheStrokeOnceWithItsOpacityAndAClearedScratchLayer) {
+    VimoCanvas canvas(Size{32, 32});
+    // Two overlapping squares in one path: the overlap must not build up.
+    auto path = rectPath({4, 4, 12, 12});
+    path->appendBezierPath(BezierPath::bezierPathWithRect({10, 10, 12, 12}));
+    auto stroke = Stroke::initWithBezierPath(path, Color::red(), 0, 0.5f);
+    const Rect r = stroke->drawInCanvas(canvas);
+    EXPECT_TRUE(containsRect(r, {4, 4, 18, 18}));
+    const std::uint32_t single = canvas.drawBitmap().at(6, 6);
+    EXPECT_NEAR(double(alphaOf(single)), 128, 2);
+    EXPECT_EQ(canvas.drawBitmap().at(12, 12), single);
+    EXPECT_EQ(canvas.drawBitmap().at(20, 20), single);
+    EXPECT_EQ(canvas.drawBitmap().at(25, 5), TRANSPARENT);
+    for (int y = 0; y < 32; ++y)
+        for (int x = 0; x < 32; ++x) {
+            EXPECT_EQ(canvas.strokeBitmap().at(x, y), TRANSPARENT);
+            EXPECT_EQ(canvas.previewBitmap().at(x, y), canvas.drawBitmap().at(x, y));
+        }
+
+    // Images go straight into the picture.
+    QImage picture(2, 2, QImage::Format_ARGB32);
+    picture.fill(0xFF00FF00);
+    auto placed =
+        Stroke::initWithImage(picture, cornerPath({24, 24}, {28, 24}, {28, 28}, {24, 28}), 1);
+    placed->drawInCanvas(canvas);
+    EXPECT_EQ(canvas.drawBitmap().at(26, 26), GREEN);
+    EXPECT_EQ(canvas.previewBitmap().at(26, 26), GREEN);
+    EXPECT_EQ(canvas.strokeBitmap().at(26, 26), TRANSPARENT);
+}
+
+TEST(StrokePainting, DrawPaintsIntoTheCurrentContextOnly) {
+    auto stroke = Stroke::initWithBezierPath(rectPath({1, 1, 4, 4}), Color::blue(), 7, 0.5f);
+    Bitmap bm(Size{8, 8});
+    std::memset(bm.pixels(), 0, 8 * 8 * 4);
+    CGContextWrapper::setCurrentContext(nullptr);
+    stroke->draw();
+    EXPECT_EQ(bm.at(2, 2), TRANSPARENT);
+    CGContextWrapper::setCurrentContext(&bm.cgContext());
+    stroke->draw(); // mode and opacity play no part here
+    CGContextWrapper::setCurrentContext(nullptr);
+    EXPECT_EQ(bm.at(2, 2), BLUE);
+    EXPECT_EQ(bm.at(6, 6), TRANSPARENT);
+}

@@ -1,0 +1,215 @@
+#include "model/UndoManager.h"
+
+#include "StrokesTestSupport.h"
+#include "model/AffineTransform.h"
+#include "model/Strokes.h"
+
+#include <QUndoStack>
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string name(const QString& s) {
+    return s.toStdString();
+}
+
+TEST(UndoManager, OneGroupIsOneStepUndoneNewestFirstAndNamedLast) {
+    UndoManager undo;
+    std::vector<int> ran;
+    undo.beginUndoGrouping();
+    undo.registerUndo([&] { ran.push_back(1); });
+    undo.setActionName("First");
+    undo.beginUndoGrouping(); // nested groups join the outer one
+    undo.registerUndo([&] { ran.push_back(2); });
+    undo.setFirstActionName("Second");
+    undo.endUndoGrouping();
+    EXPECT_EQ(undo.undoStack().count(), 0);
+    undo.endUndoGrouping();
+    EXPECT_EQ(undo.undoStack().count(), 1);
+    EXPECT_EQ(name(undo.undoActionName()), "Second");
+
+    undo.undo();
+    EXPECT_EQ(ran, (std::vector<int>{2, 1}));
+    EXPECT_FALSE(undo.canUndo());
+    EXPECT_FALSE(undo.canRedo()) << "nothing was registered while undoing";
+
+    // A group without registrations makes no step.
+    undo.beginUndoGrouping();
+    undo.setActionName("Nothing");
+    undo.endUndoGrouping();
+    EXPECT_EQ(undo.undoStack().count(), 0);
+    EXPECT_FALSE(undo.canUndo());
+}
+
+// A counter that registers its own inverse, as model edits do.
+struct Counter {
+    UndoManager& undo;
+    int value = 0;
+    void add(int d) {
+        value += d;
+        undo.registerUndo([this, d] { add(-d); });
+        undo.setFirstActionName(d > 0 ? "Up" : "Down");
+    }
+};
+
+TEST(UndoManager, RedoIsWhatUndoRegistersAndKeepsTheStepName) {
+    UndoManager undo;
+    Counter c{undo};
+    c.add(5);
+    c.add(2);
+    undo.endEventGroup();
+    EXPECT_EQ(name(undo.undoActionName()), "Up");
+    EXPECT_EQ(undo.undoStack().count(), 1);
+
+    undo.undo();
+    EXPECT_EQ(c.value, 0);
+    EXPECT_TRUE(undo.canRedo());
+    EXPECT_EQ(name(undo.redoActionName()), "Up") << "names set while undoing are ignored";
+    undo.redo();
+    EXPECT_EQ(c.value, 7);
+    EXPECT_FALSE(undo.isUndoing() || undo.isRedoing());
+    for (int round = 0; round < 3; ++round) {
+        undo.undo();
+        EXPECT_EQ(c.value, 0);
+        undo.redo();
+        EXPECT_EQ(c.value, 7);
+    }
+    EXPECT_EQ(name(undo.undoActionName()), "Up");
+}
+
+TEST(UndoManager, AutomaticGroupsAndTheCleanState) {
+    UndoManager undo;
+    Counter c{undo};
+    undo.undoStack().setClean();
+    c.add(1);
+    // An open automatic group is undoable at once and closed by undo().
+    EXPECT_TRUE(undo.canUndo());
+    EXPECT_EQ(name(undo.undoActionName()), "Up");
+    undo.undo();
+    EXPECT_EQ(c.value, 0);
+    EXPECT_TRUE(undo.undoStack().isClean());
+
+    undo.redo();
+    EXPECT_FALSE(undo.undoStack().isClean());
+    undo.undo();
+    // A new edit after an undo forgets the redo.
+    c.add(-3);
+    undo.endEventGroup();
+    EXPECT_FALSE(undo.canRedo());
+    EXPECT_EQ(name(undo.undoActionName()), "Down");
+    c.add(4);
+    undo.endEventGroup();
+    EXPECT_EQ(undo.undoStack().count(), 2);
+    // With no group open, a name goes to the newest step.
+    undo.setActionName("Renamed");
+    EXPECT_EQ(name(undo.undoActionName()), "Renamed");
+    undo.removeAllActions();
+    EXPECT_FALSE(undo.canUndo());
+    EXPECT_EQ(c.value, 1);
+}
+
+// Random user actions on a stroke list: undoing step by step passes through
+// every earlier state back to the start; redoing goes forward to the end.
+struct ListState {
+    std::vector<Stroke*> order;
+    std::vector<Rect> bounds;
+    friend bool operator==(const ListState&, const ListState&) = default;
+};
+
+ListState stateOf(const Strokes& list) {
+    ListState s;
+    for (const auto& stroke : list.strokeArray()) {
+        s.order.push_back(stroke.get());
+        s.bounds.push_back(stroke->bezierPath()->bounds());
+    }
+    return s;
+}
+
+TEST(UndoManager, RandomEditsOnAStrokeListUndoAndRedoExactly) {
+    for (unsigned seed = 1; seed <= 8; ++seed) {
+        std::mt19937 rng(seed);
+        auto pick = [&](int n) { return int(rng() % unsigned(n)); };
+        UndoManager undo;
+        Strokes list;
+        list.setUndoManager(&undo);
+        for (int i = 0; i < 6; ++i) list.addStroke(rectStroke({float(i), 0, 4, 4}));
+        undo.removeAllActions();
+
+        auto selection = [&] {
+            Strokes::StrokeArray chosen;
+            for (const auto& s : list.strokeArray())
+                if (rng() % 3 == 0) chosen.push_back(s);
+            if (rng() % 4 == 0) chosen.push_back(rectStroke({0, 0, 1, 1})); // not in the list
+            return chosen;
+        };
+        std::vector<ListState> states{stateOf(list)};
+        for (int action = 0; action < 40; ++action) {
+            const int n = list.count();
+            switch (pick(12)) {
+            case 0:
+                list.addStroke(rectStroke({float(pick(50)), float(pick(50)), 3, 2}));
+                break;
+            case 1:
+                list.removeLastStroke();
+                break;
+            case 2:
+                list.insertStroke(rectStroke({1, 2, 3, 4}), pick(n + 1));
+                break;
+            case 3:
+                if (n > 0) list.removeStrokeAtIndex(pick(n));
+                break;
+            case 4:
+                list.removeStrokesInArray(selection());
+                break;
+            case 5:
+                if (rng() % 4 == 0) list.clear();
+                break;
+            case 6: {
+                AffineTransform t;
+                t.translateXBy(float(pick(9)) - 4, float(pick(9)) - 4);
+                t.scaleBy(rng() % 2 ? 2.0f : 0.5f);
+                list.transformStrokesInArray(selection(), t);
+                break;
+            }
+            case 7:
+                list.mergeStrokesInArray(selection());
+                break;
+            case 8:
+                list.duplicateStrokesInArray(selection());
+                break;
+            case 9:
+                list.bringForward(selection());
+                break;
+            case 10:
+                list.sendBackward(selection());
+                break;
+            default:
+                rng() % 2 ? list.bringToFront(selection()) : list.sendToBack(selection());
+                break;
+            }
+            undo.endEventGroup();
+            if (undo.undoStack().index() == int(states.size()))
+                states.push_back(stateOf(list));
+            else
+                EXPECT_EQ(stateOf(list), states.back())
+                    << "an action that registered nothing changed the list";
+        }
+        for (auto it = states.rbegin() + 1; it != states.rend(); ++it) {
+            undo.undo();
+            EXPECT_EQ(stateOf(list), *it) << "seed " << seed;
+        }
+        EXPECT_FALSE(undo.canUndo());
+        for (auto it = states.begin() + 1; it != states.end(); ++it) {
+            undo.redo();
+            EXPECT_EQ(stateOf(list), *it) << "seed " << seed;
+        }
+        EXPECT_FALSE(undo.canRedo());
+    }
+}
+
+} // namespace
