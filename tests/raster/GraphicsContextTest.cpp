@@ -203,22 +203,3 @@ TEST(GraphicsContext, DrawsImagesWithFractionFlipAndInterpolation) {
     gc.drawImage(Rect{0, 0, 20, 20}, image, 0);
     for (int i = 0; i < 400; ++i) ASSERT_EQ(bm.pixels()[i], 0u);
 }
-
-TEST(GraphicsContext, SaveAndRestoreState) {
-    Bitmap bm(Size{4, 4});
-    GraphicsContext& gc = bm.graphicsContext();
-    gc.saveGState();
-    gc.setFillColor(Color::device(1, 0, 0));
-    gc.setLineWidth(7);
-    gc.setShouldAntialias(false);
-    gc.translateCTM(3, 4);
-    gc.setLineJoin(GraphicsContext::LineJoin::Round);
-    gc.restoreGState();
-    EXPECT_EQ(gc.fillColor(), Color::device(0, 0, 0));
-    EXPECT_EQ(gc.lineWidth(), 1);
-    EXPECT_TRUE(gc.shouldAntialias());
-    EXPECT_TRUE(gc.ctm().isIdentity());
-    EXPECT_EQ(gc.lineJoin(), GraphicsContext::LineJoin::Miter);
-    gc.restoreGState(); // more restores than saves: ignored
-    EXPECT_TRUE(gc.ctm().isIdentity());
-}
