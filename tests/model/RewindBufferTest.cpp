@@ -122,6 +122,19 @@ TEST(RewindBuffer, TrimmingAndClearingKeepEntryZero) {
     buffer.clear();
     EXPECT_EQ(buffer.strokeCounts(), (Counts{0}));
     EXPECT_EQ(buffer.byteCount(), 0u);
+    // Dropped snapshots are kept as memory for new ones, never more than
+    // the buffer has held at once (here 20, 30, 40, 50 and 60).
+    EXPECT_EQ(buffer.spareByteCount(), 5u * 4);
+    for (int i = 0; i < 100; ++i) {
+        draw.mark(1000 + i);
+        buffer.recordStroke(i, 100, draw.bitmap);
+    }
+    EXPECT_EQ(buffer.strokeCounts(), (Counts{0, 40, 66, 84, 96}));
+    EXPECT_EQ(buffer.entry(3).bitmap()->at(0, 0), 1084u);
+    EXPECT_EQ(buffer.spareByteCount(), 1u * 4);
+    buffer.releaseSpareBitmaps();
+    EXPECT_EQ(buffer.spareByteCount(), 0u);
+    buffer.clear();
     // Spacing after a trim counts from the last entry left.
     EXPECT_FALSE(buffer.wantsToRecordStroke(9));
     EXPECT_TRUE(buffer.wantsToRecordStroke(10));
