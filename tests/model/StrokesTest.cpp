@@ -9,6 +9,8 @@
 #include "model/VimoCanvas.h"
 #include "raster/Bitmap.h"
 
+#include <QUndoStack>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -98,14 +100,19 @@ TEST_F(StrokesTest, EditsAreNamedAndUndoToTheirStart) {
     EXPECT_EQ(order(), (std::vector<Stroke*>{b.get()}));
     undo.undo();
     EXPECT_EQ(order(), (std::vector<Stroke*>{a.get(), b.get(), c.get()}));
-    undo.removeAllActions();
+    // Deleting nothing makes no step and renames none.
+    const QString before = undo.undoActionName();
+    const int steps = undo.undoStack().count();
     list.removeStrokesInArray({});
-    EXPECT_EQ(undo.undoActionName().toStdString(), "");
+    undo.endEventGroup();
+    EXPECT_EQ(undo.undoActionName(), before);
+    EXPECT_EQ(undo.undoStack().count(), steps);
 
     Strokes empty;
     empty.setUndoManager(&undo);
     empty.removeLastStroke();
-    EXPECT_FALSE(undo.canUndo());
+    undo.endEventGroup();
+    EXPECT_EQ(undo.undoStack().count(), steps);
 }
 
 TEST_F(StrokesTest, TransformIsUndoneByTheInverse) {

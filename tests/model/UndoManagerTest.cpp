@@ -105,9 +105,9 @@ TEST(UndoManager, AutomaticGroupsAndTheCleanState) {
     c.add(4);
     undo.endEventGroup();
     EXPECT_EQ(undo.undoStack().count(), 2);
-    // With no group open, a name goes to the newest step.
+    // An edit that registers nothing does not rename the step before it.
     undo.setActionName("Renamed");
-    EXPECT_EQ(name(undo.undoActionName()), "Renamed");
+    EXPECT_EQ(name(undo.undoActionName()), "Up");
     undo.removeAllActions();
     EXPECT_FALSE(undo.canUndo());
     EXPECT_EQ(c.value, 1);
