@@ -18,10 +18,10 @@ opacity = 0.85
 mode = "normal"
 
 parameters = { "twist", "width" }
-twist = 120
+twist = 90
 twist_min = 0
 twist_max = 360
-width = 2
+width = 3
 width_min = 1
 width_max = 5
 

@@ -34,12 +34,18 @@ std::string lowered(const std::string& s) {
 std::string keySymbol(const std::string& part) {
     const std::string p = lowered(part);
     const char* key = nullptr;
-    if (p == "shift") key = "shift_key";
-    else if (p == "control") key = "control_key";
-    else if (p == "alt" || p == "opt" || p == "option") key = "option_key";
-    else if (p == "cmd") key = "command_key";
-    else if (p == "numpad") key = "numpad_key";
-    else if (p == "f") key = "function_key";
+    if (p == "shift")
+        key = "shift_key";
+    else if (p == "control")
+        key = "control_key";
+    else if (p == "alt" || p == "opt" || p == "option")
+        key = "option_key";
+    else if (p == "cmd")
+        key = "command_key";
+    else if (p == "numpad")
+        key = "numpad_key";
+    else if (p == "f")
+        key = "function_key";
     if (key) return Localization::localizedString(key);
     return QString::fromStdString(part).toUpper().toStdString();
 }
@@ -221,8 +227,8 @@ void Pen::toolDownEvent(const ToolEvent& event, ToolView& view, Point at) {
         return;
     }
     VimoCanvas* canvas = view.canvas();
-    _pen_points = std::make_shared<PenPoints>(canvas ? canvas->transform() : AffineMatrix::zero(),
-                                              _radius);
+    _pen_points =
+        std::make_shared<PenPoints>(canvas ? canvas->transform() : AffineMatrix::zero(), _radius);
     _preview_rect = Rect{};
     _pen_down_pressure = event.pressure;
     _pen_down_point = at;

@@ -63,7 +63,8 @@ void PenCallbacks::penUp(Lua& lua) {
     Lua::Context& context = Lua::context();
     context.pressure = 0;
     lua.call("pen_up");
-    if (context.view && context.view->canvas()) context.view->canvas()->endPreview(context.preview_rect);
+    if (context.view && context.view->canvas())
+        context.view->canvas()->endPreview(context.preview_rect);
     redrawAndClear(context.preview_rect);
     redrawAndClear(context.dirty_rect);
     clearQueue(context);

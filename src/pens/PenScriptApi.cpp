@@ -205,10 +205,10 @@ void add(lua_State* L, const char* name, bool isStroke) {
     if (!pen) return;
     auto shared = std::make_shared<BezierPath>(path);
     std::shared_ptr<Stroke> s =
-        isStroke ? Stroke::initWithBezierStroke(shared, pen->color(), pen->transferMode(),
-                                                pen->opacity())
-                 : Stroke::initWithBezierPath(shared, pen->color(), pen->transferMode(),
-                                              pen->opacity());
+        isStroke
+            ? Stroke::initWithBezierStroke(shared, pen->color(), pen->transferMode(),
+                                           pen->opacity())
+            : Stroke::initWithBezierPath(shared, pen->color(), pen->transferMode(), pen->opacity());
     Lua::Context& context = Lua::context();
     if (VimoCanvas* canvas = contextCanvas()) canvas->endPreview(context.preview_rect);
     if (context.view) context.view->setNeedsDisplayInRect(context.preview_rect);
@@ -324,12 +324,12 @@ int commandDown(lua_State* L) {
 }
 
 const lua_CFunction kFunctions[PenScriptApi::kFunctionCount] = {
-    retain,        release,       bezierPath,    moveToPoint,        lineToPoint,
-    curveToPoint,  appendOval,    appendRect,    closePath,          setLineWidth,
-    setColor,      stroke,        fill,          addStroke,          addFill,
-    previewStroke, previewFill,   setPenColor,   getPenColor,        setPenOpacity,
-    getPenOpacity, setPenRadius,  getPenRadius,  setPenTransferMode, getPenTransferMode,
-    pressure,      scale,         capsLockDown,  shiftDown,          controlDown,
+    retain,        release,      bezierPath,   moveToPoint,        lineToPoint,
+    curveToPoint,  appendOval,   appendRect,   closePath,          setLineWidth,
+    setColor,      stroke,       fill,         addStroke,          addFill,
+    previewStroke, previewFill,  setPenColor,  getPenColor,        setPenOpacity,
+    getPenOpacity, setPenRadius, getPenRadius, setPenTransferMode, getPenTransferMode,
+    pressure,      scale,        capsLockDown, shiftDown,          controlDown,
     optionDown,    commandDown,
 };
 

@@ -1,7 +1,7 @@
+#include "pens/PenScriptApi.h"
 #include "PenFixture.h"
 #include "model/BezierPath.h"
 #include "pens/PenCallbacks.h"
-#include "pens/PenScriptApi.h"
 #include "raster/CGContextWrapper.h"
 
 #include <lua.hpp>
@@ -66,7 +66,8 @@ TEST_P(ApiErrorTest, RaisesTheExactErrorAndCarriesOn) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
     ASSERT_EQ(rig.alerts.alerts.size(), 1u);
     EXPECT_EQ(rig.alerts.alerts[0].title, "Runtime error");
-    EXPECT_EQ(rig.alerts.alerts[0].message, c.message);
+    // Lua puts the script position in front, as for any error it raises.
+    EXPECT_EQ(rig.alerts.alerts[0].message, std::string("chunk:1: ") + c.message);
 
     rig.alerts.clear();
     EXPECT_EQ(run("local p = bezier_path() move_to_point(p, {x = 1, y = 2}) ok = 1"), 0);
@@ -200,7 +201,7 @@ TEST_F(ApiTest, LiveFeedbackIsQueuedUntilTheNextMove) {
     CGContextWrapper::setCurrentContext(&screen.cgContext());
     rig.pen.toolDrawInView(rig.view);
     CGContextWrapper::setCurrentContext(nullptr);
-    EXPECT_EQ(screen.at(65, 25), RED);  // inside the filled square
+    EXPECT_EQ(screen.at(65, 25), RED);         // inside the filled square
     EXPECT_EQ(screen.at(25, 25), TRANSPARENT); // the stroked one is hollow
     EXPECT_EQ(screen.at(20, 25), RED);
     EXPECT_TRUE(context.queued_paths.empty());

@@ -101,11 +101,22 @@ void waves(PenRig& rig) {
     drawWave(rig, 50);
 }
 
-// Three lines across a black bar so the mode shows.
+// Samples every 5 units from a to b.
+std::vector<Point> straight(Point a, Point b) {
+    const int n = std::max(1, int(std::hypot(b.x - a.x, b.y - a.y) / 5));
+    std::vector<Point> points;
+    for (int i = 0; i <= n; i++) {
+        const float t = float(i) / float(n);
+        points.push_back({a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t});
+    }
+    return points;
+}
+
+// A black bar to draw across, so that the transfer mode shows.
 void overBar(PenRig& rig) {
     rig.pen.setPenTypeName("Pen");
     rig.pen.setRadius(12);
-    rig.drag({{30, 80}, {210, 80}});
+    rig.drag(straight({30, 80}, {210, 80}));
 }
 
 void highlighter(PenRig& rig) {
@@ -117,7 +128,7 @@ void highlighter(PenRig& rig) {
 void eraser(PenRig& rig) {
     overBar(rig);
     rig.pen.setPenTypeName("Eraser");
-    rig.drag({{120, 20}, {120, 140}}, 0.8f);
+    rig.drag(straight({120, 20}, {120, 140}), 0.8f);
 }
 
 void shapes(PenRig& rig) {
@@ -164,10 +175,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(PenCase{"Pen", waves, 2}, PenCase{"Pencil", waves, 2},
                     PenCase{"Marker", waves, 2}, PenCase{"Soft Brush", waves, 2},
                     PenCase{"Highlighter", highlighter, 2}, PenCase{"Eraser", eraser, 2},
-                    PenCase{"Calligraphy", calligraphyAngles, 2},
-                    PenCase{"Airbrush", waves, 2}, PenCase{"Straight Line", shapes, 3},
-                    PenCase{"Rectangle", shapes, 3}, PenCase{"Ellipse", shapes, 3},
-                    PenCase{"Ribbon", ribbon, 1}),
+                    PenCase{"Calligraphy", calligraphyAngles, 2}, PenCase{"Airbrush", waves, 2},
+                    PenCase{"Straight Line", shapes, 3}, PenCase{"Rectangle", shapes, 3},
+                    PenCase{"Ellipse", shapes, 3}, PenCase{"Ribbon", ribbon, 1}),
     [](const testing::TestParamInfo<PenCase>& param) {
         std::string n = param.param.name;
         n.erase(std::remove(n.begin(), n.end(), ' '), n.end());
