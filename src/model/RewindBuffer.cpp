@@ -8,6 +8,9 @@
 BufferEntry::BufferEntry(int strokeCount, const Bitmap* bitmap)
     : _bitmap(bitmap ? Bitmap::initWithCopy(*bitmap) : nullptr), _stroke_count(strokeCount) {}
 
+BufferEntry::BufferEntry(int strokeCount, std::unique_ptr<Bitmap> snapshot)
+    : _bitmap(std::move(snapshot)), _stroke_count(strokeCount) {}
+
 BufferEntry::~BufferEntry() = default;
 
 std::unique_ptr<BufferEntry> BufferEntry::entryWithStrokes(int strokeCount, const Bitmap* bitmap) {
@@ -37,13 +40,38 @@ bool RewindBuffer::wantsToRecordStroke(int i, int n) const {
 
 void RewindBuffer::recordStroke(int n, const Bitmap& bitmap) {
     if (!wantsToRecordStroke(n)) return;
-    _buffer.push_back(BufferEntry::entryWithStrokes(n, &bitmap));
+    append(n, bitmap);
     optimizeBuffer();
 }
 
 void RewindBuffer::recordStroke(int i, int n, const Bitmap& bitmap) {
     if (!wantsToRecordStroke(i, n)) return;
-    _buffer.push_back(BufferEntry::entryWithStrokes(i, &bitmap));
+    append(i, bitmap);
+}
+
+void RewindBuffer::append(int strokeCount, const Bitmap& bitmap) {
+    std::unique_ptr<Bitmap> snapshot;
+    while (!_spare.empty() && !snapshot) {
+        snapshot = std::move(_spare.back());
+        _spare.pop_back();
+        if (snapshot->width() != bitmap.width() || snapshot->height() != bitmap.height())
+            snapshot.reset();
+    }
+    if (snapshot) {
+        bitmap.copyAllTo(*snapshot);
+        _buffer.push_back(std::make_unique<BufferEntry>(strokeCount, std::move(snapshot)));
+    } else {
+        _buffer.push_back(BufferEntry::entryWithStrokes(strokeCount, &bitmap));
+    }
+    _most_entries = std::max(_most_entries, _buffer.size());
+}
+
+void RewindBuffer::removeEntry(std::size_t index) {
+    VIMO_ASSERT(index > 0 && index < _buffer.size());
+    std::unique_ptr<Bitmap> memory = _buffer[index]->takeBitmap();
+    _buffer.erase(_buffer.begin() + std::ptrdiff_t(index));
+    if (memory && _buffer.size() + _spare.size() < _most_entries)
+        _spare.push_back(std::move(memory));
 }
 
 const Bitmap* RewindBuffer::bitmapBeforeStroke(int& k) const {
@@ -59,11 +87,11 @@ const Bitmap* RewindBuffer::bitmapBeforeStroke(int& k) const {
 }
 
 void RewindBuffer::removeStrokesRecordedAfter(int n) {
-    while (_buffer.size() > 1 && lastStrokeCount() > n) _buffer.pop_back();
+    while (_buffer.size() > 1 && lastStrokeCount() > n) removeEntry(_buffer.size() - 1);
 }
 
 void RewindBuffer::clear() {
-    _buffer.resize(1);
+    while (_buffer.size() > 1) removeEntry(_buffer.size() - 1);
 }
 
 void RewindBuffer::optimizeBuffer() {
@@ -74,7 +102,7 @@ void RewindBuffer::optimizeBuffer() {
     std::size_t j = _buffer.size() - 1;
     while (j >= 2) {
         if (float(_buffer[j]->strokeCount() - _buffer[j - 2]->strokeCount()) <= step) {
-            _buffer.erase(_buffer.begin() + std::ptrdiff_t(j - 1));
+            removeEntry(j - 1);
             --j;
         } else {
             --j;
@@ -82,6 +110,16 @@ void RewindBuffer::optimizeBuffer() {
         }
     }
     VIMO_ASSERT(_buffer.front()->strokeCount() == 0);
+}
+
+std::size_t RewindBuffer::spareByteCount() const {
+    std::size_t bytes = 0;
+    for (const auto& b : _spare) bytes += std::size_t(b->width()) * std::size_t(b->height()) * 4;
+    return bytes;
+}
+
+void RewindBuffer::releaseSpareBitmaps() {
+    _spare.clear();
 }
 
 std::vector<int> RewindBuffer::strokeCounts() const {

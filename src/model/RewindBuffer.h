@@ -12,6 +12,8 @@ class BufferEntry {
 public:
     // Copies the bitmap when one is given.
     BufferEntry(int strokeCount, const Bitmap* bitmap);
+    // Takes a snapshot already made.
+    BufferEntry(int strokeCount, std::unique_ptr<Bitmap> snapshot);
     ~BufferEntry();
     BufferEntry(const BufferEntry&) = delete;
     BufferEntry& operator=(const BufferEntry&) = delete;
@@ -20,6 +22,8 @@ public:
 
     const Bitmap* bitmap() const { return _bitmap.get(); }
     int strokeCount() const { return _stroke_count; }
+    // Hands the snapshot's memory back for reuse.
+    std::unique_ptr<Bitmap> takeBitmap() { return std::move(_bitmap); }
 
 private:
     std::unique_ptr<Bitmap> _bitmap;
@@ -35,6 +39,12 @@ private:
 // strokes apart near the top, and the allowed gap grows by
 // _step_multiplication_factor at every older entry (thinning), so the number
 // of snapshots grows about logarithmically with the number of strokes.
+//
+// Snapshots that are dropped keep their memory as spares for the next ones,
+// as long as snapshots and spares together stay within the largest number of
+// snapshots the buffer has held: a new snapshot is then a plain copy into
+// memory already in use rather than into fresh pages, which costs many times
+// more. releaseSpareBitmaps() gives the memory back.
 class RewindBuffer {
 public:
     RewindBuffer();
@@ -70,11 +80,19 @@ public:
     std::vector<int> strokeCounts() const;
     // Bytes of pixel memory held by the snapshots.
     std::size_t byteCount() const;
+    // Bytes of pixel memory kept for reuse.
+    std::size_t spareByteCount() const;
+    void releaseSpareBitmaps();
 
 private:
     int lastStrokeCount() const { return _buffer.back()->strokeCount(); }
+    void append(int strokeCount, const Bitmap& bitmap);
+    // Drops the entry at index (never entry 0), keeping its memory if allowed.
+    void removeEntry(std::size_t index);
 
     int _min_step = 10;
     float _step_multiplication_factor = 1.5f;
     std::vector<std::unique_ptr<BufferEntry>> _buffer;
+    std::vector<std::unique_ptr<Bitmap>> _spare;
+    std::size_t _most_entries = 1;
 };

@@ -15,7 +15,9 @@
 #include <QDebug>
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace {
 constexpr const char* kBadStrokeInFile = "Bad stroke found in save file -- ignoring.";
@@ -24,6 +26,62 @@ constexpr const char* kBadStrokeInDrawing = "Bad stroke found in drawing -- igno
 void logLine(const char* line) {
     qWarning().noquote() << line;
 }
+// The tiles of the stroke bitmap that hold paint not yet combined into the
+// draw bitmap. Everywhere else the stroke bitmap is transparent, and a
+// transparent source leaves the destination unchanged in every transfer
+// mode, so combining (and clearing) only these tiles gives the same picture
+// as doing so over the whole pending rectangle, at a fraction of the cost
+// when a batch is spread over the canvas.
+class PendingTiles {
+public:
+    static constexpr int kTile = 64;
+
+    PendingTiles(int width, int height)
+        : _columns((width + kTile - 1) / kTile), _rows((height + kTile - 1) / kTile),
+          _marked(std::size_t(_columns) * std::size_t(_rows), 0) {}
+
+    void add(const PixelSpan& s) {
+        if (s.empty()) return;
+        for (int ty = s.y0 / kTile; ty <= s.y1 / kTile; ++ty)
+            for (int tx = s.x0 / kTile; tx <= s.x1 / kTile; ++tx) _marked[index(tx, ty)] = 1;
+        _low = std::min(_low, s.y0 / kTile);
+        _high = std::max(_high, s.y1 / kTile);
+    }
+
+    // Calls f with each run of marked tiles in a tile row, as a rectangle whose
+    // pixel span is exactly the run clipped to clip, and unmarks them.
+    template <class F> void takeRuns(const PixelSpan& clip, F&& f) {
+        for (int ty = _low; ty <= _high; ++ty) {
+            for (int tx = 0; tx < _columns;) {
+                if (!_marked[index(tx, ty)]) {
+                    ++tx;
+                    continue;
+                }
+                const int first = tx;
+                while (tx < _columns && _marked[index(tx, ty)]) _marked[index(tx++, ty)] = 0;
+                const int x0 = std::max(first * kTile, clip.x0),
+                          x1 = std::min(tx * kTile - 1, clip.x1);
+                const int y0 = std::max(ty * kTile, clip.y0),
+                          y1 = std::min(ty * kTile + kTile - 1, clip.y1);
+                if (x0 <= x1 && y0 <= y1)
+                    f(Rect{float(x0), float(y0), float(x1 - x0), float(y1 - y0)});
+            }
+        }
+        _low = _rows;
+        _high = -1;
+    }
+
+private:
+    std::size_t index(int tx, int ty) const {
+        return std::size_t(ty) * std::size_t(_columns) + std::size_t(tx);
+    }
+
+    int _columns;
+    int _rows;
+    std::vector<std::uint8_t> _marked;
+    int _low = _rows;
+    int _high = -1;
+};
 } // namespace
 
 Strokes::Strokes() = default;
@@ -312,6 +370,7 @@ Rect Strokes::drawInCanvas(VimoCanvas& canvas, int fromStroke) {
     Bitmap& scratch = canvas.strokeBitmap();
     Rect changed;
     Rect pending;
+    PendingTiles tiles(scratch.width(), scratch.height());
     const int n = count();
     for (int i = fromStroke; i < n; ++i) {
         const Stroke& s = *_strokes[std::size_t(i)];
@@ -329,14 +388,17 @@ Rect Strokes::drawInCanvas(VimoCanvas& canvas, int fromStroke) {
         }
         ++_last_redraw.painted;
         pending = unionRect(pending, r);
+        tiles.add(scratch.pixelSpan(r));
         // A combinable run stays in the stroke bitmap and is combined once,
         // unless a snapshot is due here: then the batch is cut so that the
         // snapshot holds a complete picture.
         if (i + 1 < n && s.canCombineStrokeWith(*_strokes[std::size_t(i) + 1]) &&
             !canvas.wantsToRecordRewindBufferStroke(i, n))
             continue;
-        scratch.transferRect(pending, draw, s.transferMode(), s.opacity());
-        scratch.fillRect(pending, TRANSPARENT);
+        tiles.takeRuns(scratch.pixelSpan(pending), [&](const Rect& run) {
+            scratch.transferRect(run, draw, s.transferMode(), s.opacity());
+            scratch.fillRect(run, TRANSPARENT);
+        });
         changed = unionRect(changed, pending);
         ++_last_redraw.transfers;
         // Labelled i although the bitmap now holds i + 1 strokes: a rewind to

@@ -98,12 +98,10 @@ void UndoManager::registerUndo(std::function<void()> action) {
 }
 
 void UndoManager::setActionName(const QString& name) {
-    if (_undoing || _redoing) return;
-    if (_open) {
-        _open->setText(name);
-    } else if (_stack->index() > 0) {
-        const_cast<QUndoCommand*>(_stack->command(_stack->index() - 1))->setText(name);
-    }
+    // Only the step being collected takes a name: an edit that changed
+    // nothing must not rename the step before it.
+    if (_undoing || _redoing || !_open) return;
+    _open->setText(name);
 }
 
 void UndoManager::setFirstActionName(const QString& name) {

@@ -42,8 +42,8 @@ public:
     // Registers a closure that reverses a change just made.
     void registerUndo(std::function<void()> action);
 
-    // Names the step being collected (or, with none open, the newest step).
-    // Ignored while undoing or redoing.
+    // Names the step being collected. Ignored with no group open, and while
+    // undoing or redoing.
     void setActionName(const QString& name);
     // The same rule under the name the stroke list uses: within one step the
     // name set last wins, and nothing changes while undoing or redoing.

@@ -267,6 +267,16 @@ bool Lua::getGlobalBoolean(const std::string& name, bool defaultValue) {
     return result;
 }
 
+int Lua::getGlobalType(const std::string& name) {
+    int type = LUA_TNIL;
+    lua_settop(L, 0);
+    protect([&](lua_State* S) {
+        pushGlobal(S, name);
+        type = lua_type(S, -1);
+    });
+    return type;
+}
+
 float Lua::getGlobalNumber(const std::string& name, float defaultValue) {
     float result = defaultValue;
     lua_settop(L, 0);

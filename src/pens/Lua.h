@@ -68,6 +68,8 @@ public:
     // getGlobalString() looked up in the "Lua" translation table.
     std::optional<std::string> getGlobalStringLocalized(const std::string& name);
     bool getGlobalBoolean(const std::string& name, bool defaultValue);
+    // The Lua type of the global (LUA_TNIL when missing).
+    int getGlobalType(const std::string& name);
     // A number or a string that reads as one, else the default.
     float getGlobalNumber(const std::string& name, float defaultValue = 0);
     // The strings (or numbers) at 1, 2, 3, ... up to the first other value.

@@ -75,11 +75,16 @@ public:
     void flipY();
     std::uint32_t colorAt(Point p) const;
     // Composes the rectangle of this bitmap onto the destination with a
-    // transfer mode (0..7) and an opacity.
+    // transfer mode (0..7) and an opacity; other modes do nothing. The two
+    // bitmaps must have the same width and height (asserted).
     void transferRect(const Rect& r, Bitmap& to, int mode, float opacity) const;
+    // Runs the median-cut quantizer over all pixels for count colours and
+    // discards the palette; the pixels are not changed.
     void medianCutColors(int count);
 
-    // Drawing the bitmap into a painter whose coordinates are y up.
+    // Drawing the bitmap into a painter whose coordinates are y up, source
+    // over at full opacity: drawInRect takes the same rectangle r from the
+    // bitmap (bitmap coordinates), drawScaledInRect the whole bitmap.
     void drawInRect(QPainter& painter, const Rect& r) const;
     void drawScaledInRect(QPainter& painter, const Rect& r) const;
 

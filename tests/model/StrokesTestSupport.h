@@ -1,7 +1,6 @@
 #pragma once
 
 #include "model/BezierPath.h"
-#include "model/MenuState.h"
 #include "model/Stroke.h"
 
 #include <QtGlobal>
@@ -10,36 +9,17 @@
 #include <string>
 #include <vector>
 
-// Helpers shared by the stroke list and undo tests.
-
 inline std::shared_ptr<Stroke> rectStroke(const Rect& r, const Color& c = Color::black(),
-                                          int mode = 0, float opacity = 1) {
-    return Stroke::initWithBezierPath(
-        std::make_shared<BezierPath>(BezierPath::bezierPathWithRect(r)), c, mode, opacity);
+                                          int mode = 0, float opacity = 1, bool oval = false) {
+    auto path = std::make_shared<BezierPath>(oval ? BezierPath::bezierPathWithOvalInRect(r)
+                                                  : BezierPath::bezierPathWithRect(r));
+    return Stroke::initWithBezierPath(path, c, mode, opacity);
 }
 
-inline std::shared_ptr<Stroke> ovalStroke(const Rect& r, const Color& c, int mode = 0,
-                                          float opacity = 1) {
-    return Stroke::initWithBezierPath(
-        std::make_shared<BezierPath>(BezierPath::bezierPathWithOvalInRect(r)), c, mode, opacity);
-}
-
-// Records what the stroke list tells the menus while installed.
-class RecordingMenuState : public MenuState {
-public:
-    RecordingMenuState() { MenuState::setShared(this); }
-    ~RecordingMenuState() override { MenuState::setShared(nullptr); }
-    void setCanVectorDraw(bool flag) override { calls.push_back(flag); }
-    std::vector<bool> calls;
-};
-
-// Collects warning lines while installed.
+// Collects the warning lines logged while it lives.
 class LogCapture {
 public:
-    LogCapture() {
-        lines().clear();
-        _previous = qInstallMessageHandler(&LogCapture::handler);
-    }
+    LogCapture() : _previous(qInstallMessageHandler(&LogCapture::handler)) { lines().clear(); }
     ~LogCapture() { qInstallMessageHandler(_previous); }
     static std::vector<std::string>& lines() {
         static std::vector<std::string> captured;
@@ -50,5 +30,5 @@ private:
     static void handler(QtMsgType, const QMessageLogContext&, const QString& message) {
         lines().push_back(message.toStdString());
     }
-    QtMessageHandler _previous = nullptr;
+    QtMessageHandler _previous;
 };

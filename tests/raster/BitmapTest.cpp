@@ -111,18 +111,6 @@ TEST(Bitmap, FillRectClampsBeforeTheEmptinessTest) {
     EXPECT_EQ(picture(bm), "....\n....\n#...\n");
 }
 
-TEST(Bitmap, PixelSpanOfOneRule) {
-    Bitmap bm(Size{10, 8});
-    const PixelSpan s = bm.pixelSpan(Rect{1.25f, 2.75f, 3.5f, 0.25f});
-    EXPECT_EQ(s.x0, 1);
-    EXPECT_EQ(s.x1, 5);
-    EXPECT_EQ(s.y0, 2);
-    EXPECT_EQ(s.y1, 3);
-    // Empty after clamping: far edge left of the near edge.
-    EXPECT_TRUE(bm.pixelSpan(Rect{5, 5, -2.5f, 1}).empty());
-    EXPECT_FALSE(bm.pixelSpan(Rect{5, 5, -0.5f, 1}).empty()); // floor 5, ceil 5
-}
-
 TEST(Bitmap, CopyRectUsesEachBitmapsOwnRows) {
     Bitmap from(Size{5, 4}), to(Size{5, 4});
     fillWithTags(from);

@@ -1,0 +1,93 @@
+#include "pens/PenCallbacks.h"
+
+#include "model/BezierPath.h"
+#include "model/VimoCanvas.h"
+#include "pens/Lua.h"
+#include "pens/Pen.h"
+#include "pens/PenScriptApi.h"
+#include "raster/CGContextWrapper.h"
+#include "raster/Path.h"
+#include "tools/ToolView.h"
+
+#include <lua.hpp>
+
+namespace {
+
+void clearQueue(Lua::Context& context) {
+    context.queued_paths.clear();
+    context.queued_is_stroke.clear();
+}
+
+void redraw(const Rect& r) {
+    if (ToolView* view = Lua::context().view; view && !r.isEmpty()) view->setNeedsDisplayInRect(r);
+}
+
+} // namespace
+
+void PenCallbacks::redrawAndClear(Rect& r) {
+    redraw(r);
+    r = Rect{};
+}
+
+void PenCallbacks::penDownAt(Lua& lua, Point world, float radius, const ToolEvent& event) {
+    Lua::Context& context = Lua::context();
+    context.dirty_rect = Rect{};
+    context.preview_rect = Rect{};
+    clearQueue(context);
+    context.event = event;
+    context.pressure = 0;
+    lua.callFunction("pen_down", [&](lua_State* L) {
+        PenScriptApi::pushPoint(L, world);
+        lua_pushnumber(L, lua_Number(radius));
+        return 2;
+    });
+    redraw(context.dirty_rect);
+}
+
+void PenCallbacks::penMoveTo(Lua& lua, Point world, float radius, const ToolEvent& event) {
+    Lua::Context& context = Lua::context();
+    // What "stroke" and "fill" showed for the previous move goes from view.
+    redrawAndClear(context.dirty_rect);
+    clearQueue(context);
+    context.event = event;
+    context.pressure = event.pressure;
+    lua.callFunction("pen_move", [&](lua_State* L) {
+        PenScriptApi::pushPoint(L, world);
+        lua_pushnumber(L, lua_Number(radius));
+        return 2;
+    });
+    redraw(context.dirty_rect);
+}
+
+void PenCallbacks::penUp(Lua& lua) {
+    Lua::Context& context = Lua::context();
+    context.pressure = 0;
+    lua.call("pen_up");
+    if (context.view && context.view->canvas())
+        context.view->canvas()->endPreview(context.preview_rect);
+    redrawAndClear(context.preview_rect);
+    redrawAndClear(context.dirty_rect);
+    clearQueue(context);
+}
+
+void PenCallbacks::penDraw(CGContextWrapper* target) {
+    Lua::Context& context = Lua::context();
+    if (target && context.pen) {
+        const Color c = context.pen->color()
+                            .usingSpace(Color::Space::CalibratedRGB)
+                            .withAlphaComponent(context.pen->opacity());
+        target->setFillColor(c);
+        target->setStrokeColor(c);
+        for (std::size_t i = 0; i < context.queued_paths.size(); i++) {
+            const BezierPath& p = context.queued_paths[i];
+            const Path flat(p.elements());
+            if (context.queued_is_stroke[i]) {
+                target->setLineWidth(p.lineWidth());
+                flat.strokeInContext(*target);
+            } else {
+                flat.fillInContext(*target, 0);
+            }
+        }
+    }
+    clearQueue(context);
+}

@@ -1,0 +1,2 @@
+-- No name: left out of the catalogue.
+color = "00ff00"

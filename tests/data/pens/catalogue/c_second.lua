@@ -1,0 +1,10 @@
+name = "Second"
+key = "cmd-shift-alt-x"
+icon_position = 3.7
+parameters = { "width", "solid" }
+width = 2.5
+width_min = 1
+width_max = 10
+solid = 1
+solid_min = 0
+solid_max = 1

@@ -1,0 +1,2 @@
+name = "Two"
+default = true

@@ -1,0 +1,2 @@
+name = "Three"
+default = true

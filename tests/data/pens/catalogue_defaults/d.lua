@@ -1,0 +1,2 @@
+name = "Four"
+default = false

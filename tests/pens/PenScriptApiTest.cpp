@@ -1,0 +1,280 @@
+#include "pens/PenScriptApi.h"
+#include "PenFixture.h"
+#include "model/BezierPath.h"
+#include "pens/PenCallbacks.h"
+#include "raster/CGContextWrapper.h"
+
+#include <lua.hpp>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+namespace {
+
+// A pen tool whose current pen type is tests/data/pens/api/api.lua, with the
+// script context pointing at it, and a way to run chunks as one event each.
+struct ApiTest : testing::Test {
+    PenRig rig{VIMO_TEST_DATA_DIR "/pens/api"};
+    Lua& lua = *rig.pen.penType();
+
+    ApiTest() { Lua::setContextView(&rig.view, &rig.pen); }
+
+    int run(const std::string& code) {
+        lua_State* L = lua.state();
+        if (luaL_loadbuffer(L, code.data(), code.size(), "=chunk") != 0) {
+            ADD_FAILURE() << lua_tostring(L, -1);
+            lua_pop(L, 1);
+            return -1;
+        }
+        return lua.pcallWithArgs(0, 0);
+    }
+    double number(const char* name) { return lua.getGlobalNumber(name, -999); }
+    std::string text(const char* name) { return lua.getGlobalString(name).value_or("(nil)"); }
+};
+
+TEST_F(ApiTest, RegistersAllFunctions) {
+    for (const char* name : PenScriptApi::kFunctionNames)
+        EXPECT_EQ(lua.getGlobalType(name), LUA_TFUNCTION) << name;
+}
+
+struct BadCall {
+    const char* setup; // run as an event of its own first (may be empty)
+    const char* code;
+    const char* message;
+};
+
+std::ostream& operator<<(std::ostream& os, const BadCall& c) {
+    return os << c.code;
+}
+
+class ApiErrorTest : public ApiTest, public testing::WithParamInterface<BadCall> {};
+
+// Every bad call ends at once with its "Runtime error" text, and the state
+// goes on running good code.
+TEST_P(ApiErrorTest, RaisesTheExactErrorAndCarriesOn) {
+    const BadCall& c = GetParam();
+    lua_pushlightuserdata(lua.state(), &rig); // a pointer the registry never handed out
+    lua_setglobal(lua.state(), "forged");
+    if (*c.setup) {
+        ASSERT_EQ(run(c.setup), 0);
+    }
+    rig.alerts.clear();
+
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_NE(run(c.code), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    ASSERT_EQ(rig.alerts.alerts.size(), 1u);
+    EXPECT_EQ(rig.alerts.alerts[0].title, "Runtime error");
+    // Lua puts the script position in front, as for any error it raises.
+    EXPECT_EQ(rig.alerts.alerts[0].message, std::string("chunk:1: ") + c.message);
+
+    rig.alerts.clear();
+    EXPECT_EQ(run("local p = bezier_path() move_to_point(p, {x = 1, y = 2}) ok = 1"), 0);
+    EXPECT_TRUE(rig.alerts.alerts.empty());
+    EXPECT_EQ(number("ok"), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    BadCalls, ApiErrorTest,
+    testing::Values(
+        BadCall{"", "set_line_width(bezier_path(), '3')", "set_line_width: wrong argument type"},
+        BadCall{"", "set_pen_opacity('0.5')", "set_pen_opacity: wrong argument type"},
+        BadCall{"", "move_to_point(bezier_path(), 5)", "move_to_point: wrong argument type"},
+        BadCall{"", "move_to_point({}, {x = 1, y = 1})", "move_to_point: wrong argument type"},
+        BadCall{"", "close_path()", "close_path: wrong argument type"},
+        BadCall{"", "curve_to_point(bezier_path(), {}, {})", "curve_to_point: wrong argument type"},
+        BadCall{"", "set_pen_transfer_mode(3)", "set_pen_transfer_mode: wrong argument type"},
+        BadCall{"", "set_color('red')", "set_color: wrong argument type"},
+        BadCall{"", "close_path(forged)", "close_path: wrong class"},
+        // Not retained: gone when the event that made it ended.
+        BadCall{"stale = bezier_path()", "line_to_point(stale, {x = 1, y = 1})",
+                "line_to_point: wrong class"},
+        // Retained, then released in an event that has ended since.
+        BadCall{"kept = retain(bezier_path()) release(kept)", "add_fill(kept)",
+                "add_fill: wrong class"},
+        BadCall{"", "move_to_point(bezier_path(), {x = 0/0, y = 1})",
+                "point_arg: Point contains a NaN value (division by zero?)."},
+        BadCall{"", "append_bezier_path_with_rect(bezier_path(), {w = 0/0})",
+                "rect_arg: Rect contains a NaN value (division by zero?)."},
+        BadCall{"", "set_pen_color({green = 0/0})",
+                "color_arg: Color contains a NaN value (division by zero?)."},
+        BadCall{"", "set_line_width(bezier_path(), 0/0)",
+                "number_arg: Number contains a NaN value (division by zero?)."}));
+
+TEST_F(ApiTest, PathsLiveUntilTheEventEndsUnlessRetained) {
+    ASSERT_EQ(run("a = bezier_path() b = retain(bezier_path()) same = (retain(b) == b)"), 0);
+    EXPECT_TRUE(lua.getGlobalBoolean("same", false));
+    // a is gone; b holds two retains.
+    ASSERT_EQ(run("release(b) move_to_point(b, {x = 1, y = 1})"), 0);
+    ASSERT_EQ(run("release(b) line_to_point(b, {x = 2, y = 2})"), 0); // released, alive this event
+    EXPECT_EQ(lua.objects().size(), 0u);
+    EXPECT_TRUE(rig.alerts.alerts.empty());
+}
+
+TEST_F(ApiTest, MissingFieldsDefault) {
+    ASSERT_EQ(run("p = retain(bezier_path())"
+                  "append_bezier_path_with_oval_in_rect(p, {x = 3, y = 4})"),
+              0);
+    lua_getglobal(lua.state(), "p");
+    BezierPath* p = lua.objects().get<BezierPath>(lua_touserdata(lua.state(), -1));
+    lua_pop(lua.state(), 1);
+    ASSERT_NE(p, nullptr);
+    EXPECT_EQ(p->bounds(), (Rect{3, 4, 0, 0}));
+    EXPECT_EQ(p->lineJoinStyle(), BezierPath::LineJoin::Bevel);
+    ASSERT_EQ(run("move_to_point(p, {x = 2, y = 'seven'})"), 0);
+    EXPECT_EQ(p->currentPoint(), (Point{2, 0}));
+}
+
+TEST_F(ApiTest, PenSettingsRoundTrip) {
+    ASSERT_EQ(run("set_pen_color({red = 1, blue = 0.5})"
+                  "set_pen_opacity(0.25) set_pen_radius(9) set_pen_transfer_mode('ERASE')"
+                  "c = get_pen_color() r, g, b, a = c.red, c.green, c.blue, c.alpha "
+                  "o, rad, m = get_pen_opacity(), get_pen_radius(), get_pen_transfer_mode()"
+                  "set_pen_transfer_mode('highlight') m2 = get_pen_transfer_mode()"),
+              0);
+    EXPECT_EQ(rig.pen.color(), Color::calibrated(1, 0, 0.5f, 1));
+    EXPECT_EQ(number("r"), 1);
+    EXPECT_EQ(number("b"), 0.5);
+    EXPECT_EQ(number("a"), 1);
+    EXPECT_EQ(number("o"), 0.25);
+    EXPECT_EQ(number("rad"), 9);
+    EXPECT_EQ(text("m"), "erase");
+    EXPECT_EQ(text("m2"), "normal");
+    EXPECT_EQ(rig.pen.transferMode(), 0);
+}
+
+// The callbacks see world coordinates, radius 0 at pen-down, the move's
+// pressure and modifiers, and pressure 0 again at pen-up.
+TEST_F(ApiTest, CallbacksSeeTheEvent) {
+    rig.view.canvas()->setTransform(AffineMatrix::makeScale(2, 2));
+    rig.pen.setRadius(10);
+    ASSERT_EQ(run("function action(p, r) mx, my, mr, mp = p.x, p.y, r, pressure()"
+                  " shift, opt, caps, ctrl, cmd = shift_down(), option_down(),"
+                  " caps_lock_down(), control_down(), command_down() s = scale() end "
+                  "function up_action() up_pressure = pressure() end"),
+              0);
+    rig.down({40, 60}, 0.7f);
+    rig.move({50, 70}, 0.5f, ToolEvent::ShiftKey | ToolEvent::CommandKey);
+    rig.up();
+    EXPECT_TRUE(rig.alerts.alerts.empty());
+    ASSERT_EQ(run("dx, dy, dr = down_point.x, down_point.y, down_radius"), 0);
+    EXPECT_EQ(number("dx"), 20);
+    EXPECT_EQ(number("dy"), 30);
+    EXPECT_EQ(number("dr"), 0);
+    EXPECT_EQ(number("mx"), 25);
+    EXPECT_EQ(number("my"), 35);
+    EXPECT_FLOAT_EQ(float(number("mr")), 2.5f); // 10 x 0.5 / 2
+    EXPECT_FLOAT_EQ(float(number("mp")), 0.5f);
+    EXPECT_EQ(number("s"), 2);
+    EXPECT_TRUE(lua.getGlobalBoolean("shift", false));
+    EXPECT_TRUE(lua.getGlobalBoolean("cmd", false));
+    EXPECT_FALSE(lua.getGlobalBoolean("opt", true));
+    EXPECT_FALSE(lua.getGlobalBoolean("caps", true));
+    EXPECT_FALSE(lua.getGlobalBoolean("ctrl", true));
+    EXPECT_EQ(number("up_pressure"), 0);
+}
+
+// "stroke" and "fill" queue paths in view coordinates for the next redraw
+// and mark them dirty; the next move takes them away again.
+TEST_F(ApiTest, LiveFeedbackIsQueuedUntilTheNextMove) {
+    rig.view.canvas()->setTransform(AffineMatrix::makeScale(2, 2));
+    ASSERT_EQ(run("function action(p, r)"
+                  " local a = bezier_path() append_bezier_path_with_rect(a, {x = 10, y = 10,"
+                  " w = 5, h = 5}) set_line_width(a, 1) stroke(a)"
+                  " local b = bezier_path() append_bezier_path_with_rect(b, {x = 30, y = 10,"
+                  " w = 5, h = 5}) fill(b) end"),
+              0);
+    rig.down({10, 10});
+    rig.move({20, 20});
+    Lua::Context& context = Lua::context();
+    ASSERT_EQ(context.queued_paths.size(), 2u);
+    EXPECT_EQ(context.queued_is_stroke, (std::vector<bool>{true, false}));
+    EXPECT_EQ(context.queued_paths[0].bounds(), (Rect{20, 20, 10, 10}));
+    EXPECT_EQ(context.queued_paths[0].lineWidth(), 2);
+    EXPECT_EQ(context.dirty_rect, (Rect{18, 18, 52, 14}));
+
+    // Redrawing the view draws both into its context in the pen colour.
+    rig.pen.setColor(Color::calibrated(1, 0, 0));
+    Bitmap screen(Size{200, 150});
+    screen.fill(TRANSPARENT);
+    CGContextWrapper::setCurrentContext(&screen.cgContext());
+    rig.pen.toolDrawInView(rig.view);
+    CGContextWrapper::setCurrentContext(nullptr);
+    EXPECT_EQ(screen.at(65, 25), RED);         // inside the filled square
+    EXPECT_EQ(screen.at(25, 25), TRANSPARENT); // the stroked one is hollow
+    EXPECT_EQ(screen.at(20, 25), RED);
+    EXPECT_TRUE(context.queued_paths.empty());
+
+    rig.move({30, 30});
+    rig.view.redrawn.clear();
+    ASSERT_EQ(run("action = nil"), 0);
+    rig.move({40, 40});
+    EXPECT_TRUE(context.queued_paths.empty());
+    ASSERT_FALSE(rig.view.redrawn.empty()); // the old feedback's area
+    EXPECT_EQ(rig.view.redrawn[0], (Rect{18, 18, 52, 14}));
+    rig.up();
+}
+
+// Previews are composited with the pen's opacity once, however often they
+// overlap, and leave the picture itself alone until pen-up ends them.
+TEST_F(ApiTest, PreviewsDoNotDarkenEachOther) {
+    rig.pen.setOpacity(0.5f);
+    ASSERT_EQ(run("function action(p, r) local a = bezier_path()"
+                  " append_bezier_path_with_oval_in_rect(a, {x = 40, y = 40, w = 40, h = 40})"
+                  " preview_fill(a) end"),
+              0);
+    rig.down({10, 10});
+    rig.move({11, 11});
+    const std::uint32_t once = rig.previewAt(60, 60);
+    rig.move({12, 12});
+    EXPECT_EQ(rig.previewAt(60, 60), once);
+    EXPECT_NE(once, WHITE);
+    EXPECT_EQ(rig.drawAt(60, 60), WHITE);
+    EXPECT_EQ(Lua::context().preview_rect, (Rect{40, 40, 40, 40}));
+    rig.up();
+    EXPECT_EQ(rig.previewAt(60, 60), WHITE);
+    EXPECT_EQ(rig.document.strokes().count(), 0);
+}
+
+TEST_F(ApiTest, AddedStrokesTakeThePenSettings) {
+    rig.pen.setColor(Color::calibrated(0, 0, 1));
+    rig.pen.setTransferModeString("darker");
+    rig.pen.setOpacity(0.75f);
+    ASSERT_EQ(run("function up_action() local a = bezier_path()"
+                  " append_bezier_path_with_rect(a, {x = 10, y = 10, w = 20, h = 20})"
+                  " set_line_width(a, 3) add_stroke(a)"
+                  " local b = bezier_path() append_bezier_path_with_rect(b, {x = 50, y = 10,"
+                  " w = 20, h = 20}) add_fill(b) end"),
+              0);
+    rig.drag({{10, 10}, {20, 20}});
+    ASSERT_EQ(rig.document.strokes().count(), 2);
+    const Stroke& outlined = *rig.document.strokes().strokeAtIndex(0);
+    EXPECT_TRUE(outlined.drawAsStroke());
+    EXPECT_EQ(outlined.lineWidth(), 3);
+    EXPECT_EQ(outlined.color(), Color::calibrated(0, 0, 1));
+    EXPECT_EQ(outlined.transferMode(), 2);
+    EXPECT_EQ(outlined.opacity(), 0.75f);
+    EXPECT_FALSE(rig.document.strokes().strokeAtIndex(1)->drawAsStroke());
+    EXPECT_NE(rig.drawAt(60, 20), WHITE);
+}
+
+// An empty path cannot be a stroke: logged, nothing added, but the preview
+// was ended all the same.
+TEST_F(ApiTest, EmptyFillIsLoggedAndAddsNothing) {
+    ASSERT_EQ(run("function action(p, r) local a = bezier_path()"
+                  " append_bezier_path_with_rect(a, {x = 10, y = 10, w = 20, h = 20})"
+                  " preview_fill(a) add_fill(bezier_path()) end"),
+              0);
+    rig.down({1, 1});
+    rig.move({2, 2});
+    EXPECT_EQ(rig.document.strokes().count(), 0);
+    EXPECT_EQ(rig.previewAt(20, 20), WHITE);
+    EXPECT_EQ(Lua::context().preview_rect, Rect{});
+    ASSERT_EQ(rig.alerts.log.size(), 1u);
+    EXPECT_EQ(rig.alerts.log[0], "Bad stroke added by Lua pen.");
+    EXPECT_TRUE(rig.alerts.alerts.empty());
+    rig.up();
+}
+
+} // namespace

@@ -1,0 +1,210 @@
+#include "GoldenCompare.h"
+#include "PenFixture.h"
+
+#include <QFileInfo>
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+const std::string kPens = VIMO_SOURCE_DIR "/resources/Pens";
+const std::string kLib = VIMO_SOURCE_DIR "/resources/Lib";
+const std::string kImages = VIMO_SOURCE_DIR "/resources/Images";
+
+struct ShippedRig : PenRig {
+    ShippedRig() : PenRig(kPens, {240, 160}, kLib) {}
+};
+
+// Every shipped pen type loads cleanly and carries what the menus, the tool
+// panel and the property panel read.
+TEST(ShippedPens, LoadWithEverythingTheInterfaceReads) {
+    ShippedRig rig;
+    EXPECT_TRUE(rig.alerts.alerts.empty());
+    EXPECT_EQ(rig.pen.penTypeName(), "Pen");
+    const std::vector<std::string> names = rig.pen.penTypeNames();
+    EXPECT_EQ(names.size(), 12u);
+    std::vector<int> positions;
+    for (const std::string& name : names) {
+        SCOPED_TRACE(name);
+        Lua& lua = *rig.pen.penTypeNamed(name);
+        EXPECT_TRUE(lua.getGlobalString("key"));
+        EXPECT_GT(lua.getGlobalNumber("menu_position", -1), 0);
+        const int position = int(lua.getGlobalNumber("icon_position", -1));
+        EXPECT_GT(position, 0);
+        positions.push_back(position);
+        const std::string icon = lua.getGlobalString("icon").value_or("");
+        const QImage image(QString::fromStdString(kImages + "/" + icon + ".png"));
+        EXPECT_EQ(image.width(), 20) << icon;
+        EXPECT_EQ(image.height(), 20) << icon;
+        rig.pen.setPenTypeName(name);
+        if (rig.pen.customPen()) {
+            for (const char* f : {"pen_down", "pen_move", "pen_up"})
+                EXPECT_EQ(lua.getGlobalType(f), 6 /* function */) << f;
+        }
+        for (const std::string& p : rig.pen.customParameters()) {
+            EXPECT_LT(rig.pen.parameterMin(p), rig.pen.parameterMax(p)) << p;
+            EXPECT_GE(rig.pen.getParameter(p), rig.pen.parameterMin(p)) << p;
+            EXPECT_LE(rig.pen.getParameter(p), rig.pen.parameterMax(p)) << p;
+        }
+    }
+    std::sort(positions.begin(), positions.end());
+    EXPECT_EQ(std::adjacent_find(positions.begin(), positions.end()), positions.end());
+    rig.pen.setPenTypeName("Eraser");
+    EXPECT_EQ(rig.pen.penTypeName(), "Eraser");
+    EXPECT_EQ(rig.pen.transferModeString(), "erase");
+}
+
+TEST(ShippedPens, CursorImagesExist) {
+    for (const char* name : {"zoom_cursor", "zoom_in_cursor", "zoom_out_cursor", "rotate_cursor",
+                             "move_cursor", "fill_cursor", "color_picker_cursor"}) {
+        const QImage image(QString::fromStdString(kImages + "/" + name + ".png"));
+        EXPECT_GE(image.width(), 16) << name;
+        EXPECT_LE(image.width(), 24) << name;
+    }
+}
+
+// A wavy gesture with rising then falling pressure.
+std::vector<Point> wave(float x0, float y0, float length, int steps) {
+    std::vector<Point> points;
+    for (int i = 0; i <= steps; i++) {
+        const float t = float(i) / float(steps);
+        points.push_back({x0 + length * t, y0 + 18 * std::sin(t * 6.2832f)});
+    }
+    return points;
+}
+
+void drawWave(PenRig& rig, float y, std::uint32_t flags = 0) {
+    const std::vector<Point> points = wave(20, y, 200, 40);
+    rig.down(points[0], 0.2f, flags);
+    for (std::size_t i = 1; i < points.size(); i++) {
+        const float t = float(i) / float(points.size() - 1);
+        rig.move(points[i], 0.2f + 0.8f * std::sin(t * 3.1416f), flags);
+    }
+    rig.up(flags);
+}
+
+struct PenCase {
+    const char* name;
+    void (*draw)(PenRig&);
+    int strokes;
+};
+
+std::ostream& operator<<(std::ostream& os, const PenCase& c) {
+    return os << c.name;
+}
+
+void waves(PenRig& rig) {
+    drawWave(rig, 110);
+    drawWave(rig, 50);
+}
+
+// Samples every 5 units from a to b.
+std::vector<Point> straight(Point a, Point b) {
+    const int n = std::max(1, int(std::hypot(b.x - a.x, b.y - a.y) / 5));
+    std::vector<Point> points;
+    for (int i = 0; i <= n; i++) {
+        const float t = float(i) / float(n);
+        points.push_back({a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t});
+    }
+    return points;
+}
+
+// A black bar to draw across, so that the transfer mode shows.
+void overBar(PenRig& rig) {
+    rig.pen.setPenTypeName("Pen");
+    rig.pen.setRadius(12);
+    rig.drag(straight({30, 80}, {210, 80}));
+}
+
+void highlighter(PenRig& rig) {
+    overBar(rig);
+    rig.pen.setPenTypeName("Highlighter");
+    drawWave(rig, 80);
+}
+
+void eraser(PenRig& rig) {
+    overBar(rig);
+    rig.pen.setPenTypeName("Eraser");
+    rig.drag(straight({120, 20}, {120, 140}), 0.8f);
+}
+
+void shapes(PenRig& rig) {
+    // Dragged freely, then with shift.
+    rig.drag({{20, 20}, {60, 40}, {100, 70}});
+    rig.drag({{130, 20}, {170, 60}, {200, 75}}, 1, ToolEvent::ShiftKey);
+    rig.drag({{40, 140}, {80, 130}, {110, 90}}, 1, ToolEvent::ShiftKey);
+}
+
+void filledShapes(PenRig& rig) {
+    rig.pen.setParameter("filled", 1);
+    rig.drag({{30, 30}, {120, 130}});
+}
+
+void calligraphyAngles(PenRig& rig) {
+    drawWave(rig, 110);
+    rig.pen.setParameter("angle", 135);
+    drawWave(rig, 50);
+}
+
+void ribbon(PenRig& rig) {
+    drawWave(rig, 80);
+}
+
+class ShippedPenGolden : public testing::TestWithParam<PenCase> {};
+
+// Each shipped pen draws what it drew when its picture was approved.
+TEST_P(ShippedPenGolden, MatchesTheApprovedPicture) {
+    const PenCase& c = GetParam();
+    ShippedRig rig;
+    rig.pen.setPenTypeName(c.name);
+    ASSERT_EQ(rig.pen.penTypeName(), c.name);
+    c.draw(rig);
+    EXPECT_TRUE(rig.alerts.alerts.empty())
+        << rig.alerts.alerts[0].title << ": " << rig.alerts.alerts[0].message;
+    EXPECT_EQ(rig.document.strokes().count(), c.strokes);
+    std::string file = c.name;
+    std::replace(file.begin(), file.end(), ' ', '_');
+    expectMatchesGolden(rig.view.canvas()->drawBitmap(), file);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Pens, ShippedPenGolden,
+    testing::Values(PenCase{"Pen", waves, 2}, PenCase{"Pencil", waves, 2},
+                    PenCase{"Marker", waves, 2}, PenCase{"Soft Brush", waves, 2},
+                    PenCase{"Highlighter", highlighter, 2}, PenCase{"Eraser", eraser, 2},
+                    PenCase{"Calligraphy", calligraphyAngles, 2}, PenCase{"Airbrush", waves, 2},
+                    PenCase{"Straight Line", shapes, 3}, PenCase{"Rectangle", shapes, 3},
+                    PenCase{"Ellipse", shapes, 3}, PenCase{"Ribbon", ribbon, 1}),
+    [](const testing::TestParamInfo<PenCase>& param) {
+        std::string n = param.param.name;
+        n.erase(std::remove(n.begin(), n.end(), ' '), n.end());
+        return n;
+    });
+
+TEST(ShippedPenGoldenFilled, RectangleAndEllipseFill) {
+    for (const char* name : {"Rectangle", "Ellipse"}) {
+        ShippedRig rig;
+        rig.pen.setPenTypeName(name);
+        rig.pen.setColor(Color::calibrated(0.2f, 0.4f, 0.8f));
+        filledShapes(rig);
+        EXPECT_EQ(rig.document.strokes().count(), 1);
+        expectMatchesGolden(rig.view.canvas()->drawBitmap(), std::string(name) + "_filled");
+    }
+}
+
+// Shift keeps a straight line on a multiple of 15 degrees.
+TEST(ShippedPens, ShiftConstrainsTheLineAngle) {
+    ShippedRig rig;
+    rig.pen.setPenTypeName("Straight Line");
+    rig.drag({{20, 20}, {120, 47}}, 1, ToolEvent::ShiftKey); // about 15.1 degrees
+    ASSERT_EQ(rig.document.strokes().count(), 1);
+    const BezierPath& path = *rig.document.strokes().strokeAtIndex(0)->bezierPath();
+    Point p[3];
+    ASSERT_EQ(path.elementAtIndex(1, p), LineToElement);
+    EXPECT_NEAR(std::atan2(p[0].y - 20, p[0].x - 20) * 180 / 3.14159265, 15.0, 1e-3);
+}
+
+} // namespace
