@@ -32,7 +32,12 @@ constexpr std::int64_t kMaxImagePixels = std::int64_t(64) << 20;
 }
 
 std::string quoted(std::string_view key) {
-    return "\"" + std::string(key) + "\"";
+    std::string out;
+    out.reserve(key.size() + 2);
+    out += '"';
+    out.append(key);
+    out += '"';
+    return out;
 }
 
 std::unordered_map<std::string, KeyedUnarchiver::Factory>& registry() {
