@@ -71,7 +71,7 @@ constexpr Size kViewSize{160, 120};
 inline void fill(VimoDocument& doc) {
     doc.setViewSize(kViewSize);
     doc.setBackgroundColor(Color::calibrated(1.0f, 0.95f, 0.8f));
-    doc.setWindowFrameString("{{120, 80}, {160, 142}}");
+    doc.setWindowFrameString("{{120, 80}, {160, 120}}");
     AffineTransform view;
     view.translateXBy(80, 60);
     view.rotateByDegrees(10);

@@ -153,7 +153,7 @@ TEST_F(VimoDocumentTest, SaveBitmapDefaultDecidesThePreview) {
     ASSERT_TRUE(back.loadDataRepresentation(file, "Vimo Document"));
     EXPECT_TRUE(back.previewImage().isNull());
     // Without a picture the view size comes from the saved window frame.
-    EXPECT_EQ(back.viewSize(), (Size{160, 142}));
+    EXPECT_EQ(back.viewSize(), (Size{160, 120}));
 
     // The view can supply the picture it shows.
     settings.setValue(VimoDocument::kSaveBitmapDefault, true);
