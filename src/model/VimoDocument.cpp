@@ -159,7 +159,11 @@ VimoDocument::Result VimoDocument::writeToFile(const QString& path, const QStrin
                           QFileInfo(backup).fileName());
         }
         const QByteArray from = QFile::encodeName(path), to = QFile::encodeName(backup);
-        if (::link(from.constData(), to.constData()) != 0 && !QFile::copy(path, backup)) {
+        // A symbolic link is copied, not linked: the link would follow the
+        // file it names to its new content.
+        const bool linked =
+            !QFileInfo(path).isSymLink() && ::link(from.constData(), to.constData()) == 0;
+        if (!linked && !QFile::copy(path, backup)) {
             file.cancelWriting();
             return failed("the previous version could not be kept as " +
                           QFileInfo(backup).fileName());

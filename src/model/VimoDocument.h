@@ -105,7 +105,8 @@ public:
 
     // The file content for the drawing (the same for every type).
     QByteArray dataRepresentationOfType(const QString& type);
-    // Reads a file's content. On failure nothing of the document changes.
+    // Reads a file's content. On failure nothing of the document changes. On
+    // success the stroke list is a new one: give it the undo manager again.
     Result loadDataRepresentation(const QByteArray& data, const QString& type);
     // Reads a file, its type found by typeForFile when not given.
     Result readFromFile(const QString& path, const QString& type = QString());
