@@ -289,6 +289,16 @@ TEST_F(VimoDocumentTest, SavingKeepsThePreviousVersion) {
     EXPECT_EQ(back.strokes().count(), doc.strokes().count());
     // Nothing but the file and its backup is left behind.
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).size(), 2);
+
+    // Saved through a symbolic link: the backup keeps the old content, not a
+    // second link to the new one.
+    const QString link = path("link.vimo");
+    ASSERT_TRUE(QFile::link(target, link));
+    const QByteArray second = readAll(target);
+    doc.strokes().removeLastStroke();
+    ASSERT_TRUE(doc.writeToFile(link, "Vimo Document"));
+    EXPECT_EQ(readAll(link + "~"), second);
+    EXPECT_NE(readAll(link), second);
 }
 
 TEST_F(VimoDocumentTest, AFailedSaveLeavesTheOldFile) {
