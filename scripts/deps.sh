@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build ccache pkg-config
-  qt6-base-dev qt6-base-dev-tools libgl-dev
+  qt6-base-dev qt6-base-dev-tools libgl-dev qt6-image-formats-plugins
   liblua5.1-0-dev libplist-dev zlib1g-dev
   libpng-dev libgif-dev libtiff-dev libjpeg62-turbo-dev
   libgtest-dev libgmock-dev libbenchmark-dev libcairo2-dev

@@ -1,0 +1,240 @@
+// The sample files in tests/data/documents, one for each form a drawing file
+// takes, and the hostile variants made from them. The files are made by the
+// disabled test SampleFiles.DISABLED_Regenerate:
+//
+//   test_model --gtest_also_run_disabled_tests --gtest_filter='*Regenerate'
+
+#include "SampleDrawing.h"
+
+#include "model/KeyedArchiver.h"
+#include "model/VimoFileData.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QImageReader>
+#include <QProcess>
+#include <QSettings>
+
+#include <random>
+
+namespace {
+
+const QString kDir = QStringLiteral(VIMO_TEST_DATA_DIR "/documents/");
+
+QByteArray readSample(const char* name) {
+    QFile f(kDir + QLatin1String(name));
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+void writeSample(const char* name, const QByteArray& data) {
+    QFile f(kDir + QLatin1String(name));
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    ASSERT_EQ(f.write(data), data.size());
+}
+
+VimoDocument::Result load(VimoDocument& doc, const char* name) {
+    const QByteArray data = readSample(name);
+    return doc.loadDataRepresentation(data, VimoDocument::typeForFile(QLatin1String(name), data));
+}
+
+// The top-level keys of a document written by hand, with the strokes as a
+// bare array as files of an earlier format hold them.
+QByteArray bareArrayArchive(const VimoDocument& doc, const Strokes::StrokeArray& strokes) {
+    KeyedArchiver archiver;
+    archiver.encodeColor(doc.backgroundColor(), "background_color");
+    std::vector<const Codable*> objects;
+    for (const auto& s : strokes) objects.push_back(s.get());
+    archiver.encodeObjectArray(objects, "strokes");
+    archiver.encodeString(doc.windowFrameString(), "window");
+    archiver.encodeAffineTransform(&*doc.viewTransform(), "view_transform");
+    return archiver.finishEncoding();
+}
+
+// Captures the console lines of a scope.
+class LogCapture {
+public:
+    LogCapture() { _previous = qInstallMessageHandler(&LogCapture::handle); }
+    ~LogCapture() { qInstallMessageHandler(_previous); }
+    static QStringList& lines() {
+        static QStringList l;
+        return l;
+    }
+
+private:
+    static void handle(QtMsgType, const QMessageLogContext&, const QString& m) { lines() << m; }
+    QtMessageHandler _previous;
+};
+
+const char* const kDrawings[] = {"drawing.vimo",    "drawing-nopng.vimo", "old-uncompressed.vimo",
+                                 "bare-array.vimo", "bad-stroke.vimo",    "template.vimotemplate"};
+const char* const kPictures[] = {"picture.png", "picture.jpg",  "picture.gif",
+                                 "picture.bmp", "picture.tiff", "picture.webp"};
+
+} // namespace
+
+TEST(SampleFiles, DISABLED_Regenerate) {
+    QDir().mkpath(kDir);
+    // Saved once and reopened first, as a drawing saved after it was opened:
+    // its pen samples are then at the file's precision, so that repainting
+    // it gives exactly the picture saved with it.
+    VimoDocument original;
+    sample::fill(original);
+    VimoDocument doc;
+    ASSERT_TRUE(doc.loadDataRepresentation(original.dataRepresentationOfType("Vimo Document"),
+                                           VimoDocument::kDocumentType));
+    writeSample("drawing.vimo", doc.dataRepresentationOfType(VimoDocument::kDocumentType));
+    writeSample("template.vimotemplate", doc.dataRepresentationOfType(VimoDocument::kTemplateType));
+
+    QSettings settings(QDir::temp().filePath("vimo-samples.ini"), QSettings::IniFormat);
+    settings.setValue(VimoDocument::kSaveBitmapDefault, false);
+    VimoDocument plain(&settings);
+    ASSERT_TRUE(plain.loadDataRepresentation(original.dataRepresentationOfType("Vimo Document"),
+                                             VimoDocument::kDocumentType));
+    const QByteArray withoutPng = plain.dataRepresentationOfType(VimoDocument::kDocumentType);
+    writeSample("drawing-nopng.vimo", withoutPng);
+    writeSample("old-uncompressed.vimo", VimoFileData::archiveFromFileData(withoutPng).archive());
+
+    const Strokes::StrokeArray withBad = {sample::ringStroke(), sample::badStroke(),
+                                          sample::penStroke(40, 6, Color::green(), 0, 1)};
+    writeSample("bare-array.vimo",
+                VimoFileData::fileDataFromArchive(bareArrayArchive(plain, withBad)));
+    VimoDocument bad(&settings);
+    sample::fill(bad);
+    bad.strokes().clear();
+    for (const auto& s : withBad) bad.strokes().addStroke(s);
+    writeSample("bad-stroke.vimo", bad.dataRepresentationOfType(VimoDocument::kDocumentType));
+
+    const QImage picture = sample::picture(60, 40);
+    for (const char* name : kPictures) {
+        if (QByteArray(name).endsWith(".gif")) continue;
+        if (!picture.save(kDir + QLatin1String(name))) ADD_FAILURE() << "no writer for " << name;
+    }
+    // Qt reads GIF but does not write it; ImageMagick (scripts/deps.sh) does.
+    EXPECT_EQ(QProcess::execute("convert", {kDir + "picture.png", kDir + "picture.gif"}), 0);
+}
+
+TEST(SampleFiles, EachFormOpensWithItsContent) {
+    VimoDocument expected;
+    sample::fill(expected);
+    VimoDocument saved;
+    ASSERT_TRUE(load(saved, "drawing.vimo"));
+    const QImage reference =
+        saved.previewImage().convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+    for (const char* name :
+         {"drawing.vimo", "drawing-nopng.vimo", "old-uncompressed.vimo", "template.vimotemplate"}) {
+        SCOPED_TRACE(name);
+        VimoDocument doc;
+        const auto result = load(doc, name);
+        ASSERT_TRUE(result) << result.reason();
+        ASSERT_EQ(doc.strokes().count(), expected.strokes().count());
+        for (int i = 0; i < doc.strokes().count(); ++i) {
+            EXPECT_EQ(doc.strokes().strokeAtIndex(i)->color(),
+                      expected.strokes().strokeAtIndex(i)->color());
+            EXPECT_EQ(doc.strokes().strokeAtIndex(i)->transferMode(),
+                      expected.strokes().strokeAtIndex(i)->transferMode());
+        }
+        EXPECT_EQ(doc.backgroundColor(), expected.backgroundColor());
+        EXPECT_EQ(doc.windowFrameString(), expected.windowFrameString());
+        EXPECT_EQ(doc.resetFilename(), QByteArray(name).endsWith("template"));
+        EXPECT_EQ(doc.previewImage().isNull(),
+                  QByteArray(name).contains("nopng") || QByteArray(name).contains("uncompressed"));
+        // What opens is what was saved: repainting gives the saved picture.
+        EXPECT_EQ(doc.imageWithSize(160, 120, true), reference);
+    }
+}
+
+TEST(SampleFiles, BadStrokesAreDroppedFromAListButKeptFromABareArray) {
+    LogCapture capture;
+    LogCapture::lines().clear();
+    VimoDocument list;
+    ASSERT_TRUE(load(list, "bad-stroke.vimo"));
+    EXPECT_EQ(list.strokes().count(), 2);
+    EXPECT_EQ(LogCapture::lines(), QStringList{"Bad stroke found in save file -- ignoring."});
+
+    LogCapture::lines().clear();
+    VimoDocument bare;
+    ASSERT_TRUE(load(bare, "bare-array.vimo"));
+    ASSERT_EQ(bare.strokes().count(), 3);
+    EXPECT_TRUE(bare.strokes().strokeAtIndex(1)->bad());
+    EXPECT_TRUE(LogCapture::lines().isEmpty());
+    // Painting a list that holds a bad stroke is safe.
+    EXPECT_FALSE(bare.imageWithSize(160, 120, false).isNull());
+}
+
+TEST(SampleFiles, PicturesOpenAsOneImageStroke) {
+    const auto formats = QImageReader::supportedImageFormats();
+    for (const char* name : kPictures) {
+        SCOPED_TRACE(name);
+        const QByteArray suffix = QByteArray(name).mid(8);
+        if (!formats.contains(suffix)) {
+            std::printf("no reader for %s here; skipped\n", name);
+            continue;
+        }
+        VimoDocument doc;
+        doc.setViewSize({200, 100});
+        ASSERT_TRUE(load(doc, name));
+        EXPECT_TRUE(doc.resetFilename());
+        ASSERT_TRUE(doc.loadedImage());
+        EXPECT_EQ(doc.loadedImage()->size(), QSize(60, 40));
+        doc.placeLoadedImage();
+        ASSERT_EQ(doc.strokes().count(), 1);
+        EXPECT_EQ(doc.strokes().strokeAtIndex(0)->bounds(), (Rect{70, 30, 60, 40}));
+    }
+}
+
+// Every prefix of every sample, with and without the trailer put back, is
+// refused with a reason; none crashes. Run under the address sanitizer.
+TEST(SampleFiles, TruncationAtEveryOffsetIsRefused) {
+    for (const char* name : kDrawings) {
+        SCOPED_TRACE(name);
+        const QByteArray data = readSample(name);
+        ASSERT_FALSE(data.isEmpty());
+        const bool compressed = data.endsWith("VIMO0100ZLIB");
+        for (qsizetype n = 0; n < data.size(); ++n) {
+            VimoDocument doc;
+            const auto result = doc.loadDataRepresentation(data.left(n), "Vimo Document");
+            ASSERT_FALSE(result) << "prefix " << n;
+            ASSERT_FALSE(result.reason().empty());
+            if (compressed && n + 12 < data.size()) {
+                const QByteArray cut = data.left(n) + "VIMO0100ZLIB";
+                ASSERT_FALSE(doc.loadDataRepresentation(cut, "Vimo Document")) << "payload " << n;
+            }
+        }
+    }
+}
+
+// Random damage, both to the compressed file and to the archive inside it
+// (re-compressed, so that it reaches the property-list reader), gives an
+// error or a drawing that paints, never a crash.
+TEST(SampleFiles, RandomCorruptionNeverCrashes) {
+    std::mt19937 random(20240611);
+    int opened = 0, refused = 0;
+    for (const char* name : {"drawing.vimo", "bare-array.vimo"}) {
+        const QByteArray file = readSample(name);
+        const QByteArray archive = VimoFileData::archiveFromFileData(file).archive();
+        ASSERT_FALSE(archive.isEmpty());
+        for (int round = 0; round < 300; ++round) {
+            const bool inner = round % 3 != 0;
+            QByteArray damaged = inner ? archive : file;
+            const int flips = 1 + int(random() % 8);
+            for (int k = 0; k < flips; ++k) {
+                const auto at = qsizetype(random() % std::uint32_t(damaged.size()));
+                damaged[at] =
+                    char(random() % 3 == 0 ? random() : damaged[at] ^ (1 << (random() % 8)));
+            }
+            if (inner) damaged = VimoFileData::fileDataFromArchive(damaged);
+            VimoDocument doc;
+            if (doc.loadDataRepresentation(damaged, "Vimo Document")) {
+                ++opened;
+                doc.imageWithSize(80, 60, true);
+            } else {
+                ++refused;
+            }
+        }
+    }
+    // Both outcomes occur: the damage reaches past the first checks.
+    EXPECT_GT(refused, 0);
+    EXPECT_GT(opened, 0);
+}

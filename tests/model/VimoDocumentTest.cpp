@@ -1,0 +1,349 @@
+#include "SampleDrawing.h"
+
+#include "model/KeyedArchiver.h"
+#include "model/KeyedUnarchiver.h"
+#include "model/VimoFileData.h"
+#include "model/ZLib.h"
+
+#include <gtest/gtest.h>
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QtEndian>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <csignal>
+
+namespace {
+
+QByteArray readAll(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+bool writeAll(const QString& path, const QByteArray& data) {
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
+}
+
+KeyedUnarchiver unarchiverFor(const QByteArray& file) {
+    return KeyedUnarchiver(VimoFileData::archiveFromFileData(file).archive());
+}
+
+float tenths(float v) {
+    return float(std::int32_t(v * 10)) / 10;
+}
+
+// Compares a stroke with its copy read back from a file.
+void expectSameStroke(const Stroke& a, const Stroke& b, int index) {
+    SCOPED_TRACE("stroke " + std::to_string(index));
+    EXPECT_EQ(a.color(), b.color());
+    EXPECT_EQ(a.transferMode(), b.transferMode());
+    EXPECT_EQ(a.opacity(), b.opacity());
+    EXPECT_EQ(a.drawAsStroke(), b.drawAsStroke());
+    EXPECT_EQ(a.lineWidth(), b.lineWidth());
+    EXPECT_EQ(a.isImageStroke(), b.isImageStroke());
+    ASSERT_EQ(bool(a.penPoints()), bool(b.penPoints()));
+    if (a.penPoints()) {
+        const auto& pa = a.penPoints()->points();
+        const auto& pb = b.penPoints()->points();
+        ASSERT_EQ(pa.size(), pb.size());
+        EXPECT_EQ(a.penPoints()->transform(), b.penPoints()->transform());
+        EXPECT_EQ(a.penPoints()->radius(), b.penPoints()->radius());
+        for (std::size_t i = 0; i < pa.size(); ++i) {
+            EXPECT_FLOAT_EQ(tenths(pa[i].point.x), pb[i].point.x);
+            EXPECT_FLOAT_EQ(tenths(pa[i].point.y), pb[i].point.y);
+            EXPECT_NEAR(pa[i].pressure, pb[i].pressure, 1.0 / 255);
+        }
+    } else {
+        ASSERT_TRUE(a.bezierPath() && b.bezierPath());
+        EXPECT_EQ(a.bezierPath()->elementCount(), b.bezierPath()->elementCount());
+        EXPECT_EQ(a.bezierPath()->windingRule(), b.bezierPath()->windingRule());
+        EXPECT_EQ(a.bezierPath()->lineJoinStyle(), b.bezierPath()->lineJoinStyle());
+        EXPECT_EQ(a.bounds(), b.bounds());
+    }
+    if (a.isImageStroke()) {
+        EXPECT_EQ(a.image()->convertToFormat(QImage::Format_RGBA8888_Premultiplied),
+                  b.image()->convertToFormat(QImage::Format_RGBA8888_Premultiplied));
+    }
+}
+
+class VimoDocumentTest : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    QString path(const char* name) const { return dir.filePath(QString::fromLatin1(name)); }
+};
+
+} // namespace
+
+TEST_F(VimoDocumentTest, RoundTripRestoresTheDrawingAndItsView) {
+    VimoDocument doc;
+    sample::fill(doc);
+    const QByteArray file = doc.dataRepresentationOfType(VimoDocument::kDocumentType);
+
+    // Container: big-endian archive length in front, trailer behind.
+    ASSERT_TRUE(file.endsWith("VIMO0100ZLIB"));
+    const auto archive = decompressWithLength(file.left(file.size() - 12));
+    ASSERT_TRUE(archive);
+    EXPECT_EQ(qFromBigEndian<quint32>(file.constData()), quint32(archive->size()));
+
+    VimoDocument back;
+    const auto result = back.loadDataRepresentation(file, VimoDocument::kDocumentType);
+    ASSERT_TRUE(result) << result.reason();
+    EXPECT_EQ(back.backgroundColor(), doc.backgroundColor());
+    EXPECT_EQ(back.windowFrameString(), doc.windowFrameString());
+    ASSERT_TRUE(back.viewTransform());
+    EXPECT_EQ(back.viewTransform()->transformStruct(), doc.viewTransform()->transformStruct());
+    EXPECT_FALSE(back.resetFilename());
+    ASSERT_EQ(back.strokes().count(), doc.strokes().count());
+    for (int i = 0; i < doc.strokes().count(); ++i)
+        expectSameStroke(*doc.strokes().strokeAtIndex(i), *back.strokes().strokeAtIndex(i), i);
+
+    // The cached picture is the drawing as the view shows it, and sets the
+    // view size.
+    EXPECT_EQ(back.viewSize(), sample::kViewSize);
+    ASSERT_FALSE(back.previewImage().isNull());
+    EXPECT_EQ(back.previewImage().convertToFormat(QImage::Format_RGBA8888_Premultiplied),
+              doc.imageWithSize(160, 120, true));
+}
+
+TEST_F(VimoDocumentTest, NilBackgroundAndMissingKeysReadAsNothing) {
+    VimoDocument doc;
+    doc.strokes().addStroke(sample::ringStroke());
+    VimoDocument back;
+    ASSERT_TRUE(back.loadDataRepresentation(doc.dataRepresentationOfType("Vimo Document"),
+                                            "Vimo Document"));
+    EXPECT_FALSE(back.backgroundColor());
+    EXPECT_EQ(back.strokes().count(), 1);
+
+    // An archive holding nothing at all opens as an empty drawing.
+    KeyedArchiver empty;
+    VimoDocument bare;
+    bare.setBackgroundColor(Color::red());
+    ASSERT_TRUE(bare.loadDataRepresentation(
+        VimoFileData::fileDataFromArchive(empty.finishEncoding()), "Vimo Document"));
+    EXPECT_FALSE(bare.backgroundColor());
+    EXPECT_EQ(bare.strokes().count(), 0);
+    EXPECT_FALSE(bare.viewTransform());
+    EXPECT_TRUE(bare.windowFrameString().empty());
+    EXPECT_TRUE(bare.previewImage().isNull());
+}
+
+TEST_F(VimoDocumentTest, SaveBitmapDefaultDecidesThePreview) {
+    QSettings settings(path("settings.ini"), QSettings::IniFormat);
+    VimoDocument doc(&settings);
+    sample::fill(doc);
+
+    // Absent: stored as on, and the picture is written.
+    QByteArray file = doc.dataRepresentationOfType("Vimo Document");
+    EXPECT_TRUE(settings.value(VimoDocument::kSaveBitmapDefault).toBool());
+    EXPECT_TRUE(unarchiverFor(file).containsValueForKey("png"));
+
+    settings.setValue(VimoDocument::kSaveBitmapDefault, false);
+    file = doc.dataRepresentationOfType("Vimo Document");
+    EXPECT_FALSE(unarchiverFor(file).containsValueForKey("png"));
+    VimoDocument back;
+    back.setViewSize({300, 200});
+    ASSERT_TRUE(back.loadDataRepresentation(file, "Vimo Document"));
+    EXPECT_TRUE(back.previewImage().isNull());
+    // Without a picture the view size comes from the saved window frame.
+    EXPECT_EQ(back.viewSize(), (Size{160, 120}));
+
+    // The view can supply the picture it shows.
+    settings.setValue(VimoDocument::kSaveBitmapDefault, true);
+    QImage shown(7, 5, QImage::Format_RGBA8888);
+    shown.fill(Qt::green);
+    doc.setPreviewSource([&] { return shown; });
+    ASSERT_TRUE(back.loadDataRepresentation(doc.dataRepresentationOfType("Vimo Document"),
+                                            "Vimo Document"));
+    EXPECT_EQ(back.previewImage().convertToFormat(QImage::Format_RGBA8888), shown);
+}
+
+TEST_F(VimoDocumentTest, TemplatesAndPicturesOpenUntitled) {
+    VimoDocument doc;
+    sample::fill(doc);
+    VimoDocument fromTemplate;
+    ASSERT_TRUE(fromTemplate.loadDataRepresentation(doc.dataRepresentationOfType("Vimo Template"),
+                                                    VimoDocument::kTemplateType));
+    EXPECT_TRUE(fromTemplate.resetFilename());
+    EXPECT_EQ(fromTemplate.strokes().count(), doc.strokes().count());
+
+    // A picture becomes one image stroke centred in the view.
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    sample::picture(40, 20).save(&buffer, "PNG");
+    VimoDocument fromPicture;
+    fromPicture.setViewSize({200, 100});
+    AffineTransform zoom;
+    zoom.scaleBy(2);
+    fromPicture.setViewTransform(zoom);
+    ASSERT_TRUE(
+        fromPicture.loadDataRepresentation(png, VimoDocument::typeForFile("picture.png", png)));
+    EXPECT_TRUE(fromPicture.resetFilename());
+    EXPECT_EQ(fromPicture.strokes().count(), 0);
+    fromPicture.placeLoadedImage();
+    EXPECT_FALSE(fromPicture.loadedImage());
+    ASSERT_EQ(fromPicture.strokes().count(), 1);
+    const Stroke& s = *fromPicture.strokes().strokeAtIndex(0);
+    EXPECT_TRUE(s.isImageStroke());
+    // View centre (100, 50) is world (50, 25); 40 × 20 view pixels are 20 × 10 world units.
+    EXPECT_EQ(s.bounds(), (Rect{40, 20, 20, 10}));
+}
+
+TEST_F(VimoDocumentTest, LargePicturesAreFittedWithAMargin) {
+    VimoDocument doc;
+    doc.setViewSize({200, 100});
+    doc.addImage(sample::picture(400, 100), {100, 50});
+    // Width first: 400 → 180 (height 45); then the height fits already.
+    EXPECT_EQ(doc.strokes().strokeAtIndex(0)->bounds(), (Rect{10, 27.5f, 180, 45}));
+    doc.addImage(sample::picture(100, 400), {100, 50});
+    // Height: 400 → 80, width 100 → 20.
+    EXPECT_EQ(doc.strokes().strokeAtIndex(1)->bounds(), (Rect{90, 10, 20, 80}));
+}
+
+TEST_F(VimoDocumentTest, BadContentGivesAReasonAndChangesNothing) {
+    VimoDocument doc;
+    sample::fill(doc);
+    const QByteArray good = doc.dataRepresentationOfType("Vimo Document");
+
+    struct Case {
+        const char* name;
+        QByteArray data;
+        const char* reasonStart;
+    };
+    QByteArray badPayload = good;
+    badPayload[10] = char(badPayload[10] ^ 0x5a);
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    sample::picture(4, 4).save(&buffer, "PNG");
+    const Case cases[] = {
+        {"empty", QByteArray(), "not a Vimo file"},
+        {"text", QByteArray("hello, this is not a drawing"), "not a Vimo file"},
+        {"a picture named as a drawing", png, "not a Vimo file"},
+        {"trailer alone", QByteArray("VIMO0100ZLIB"), "the file is damaged"},
+        {"damaged payload", badPayload, "the file is damaged"},
+        {"another property list", QByteArray("bplist00"), "not a Vimo file"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        VimoDocument target;
+        sample::fill(target);
+        const auto result = target.loadDataRepresentation(c.data, "Vimo Document");
+        ASSERT_FALSE(result);
+        EXPECT_EQ(result.reason().rfind(c.reasonStart, 0), 0u) << result.reason();
+        EXPECT_EQ(target.strokes().count(), doc.strokes().count());
+        EXPECT_EQ(target.backgroundColor(), doc.backgroundColor());
+    }
+
+    VimoDocument picture;
+    EXPECT_FALSE(picture.loadDataRepresentation(QByteArray("\x89PNG\r\n\x1a\n broken", 16), "png"));
+    EXPECT_FALSE(picture.loadedImage());
+}
+
+TEST_F(VimoDocumentTest, TypesComeFromTheNameThenTheContent) {
+    VimoDocument doc;
+    const QByteArray vimo = doc.dataRepresentationOfType("Vimo Document");
+    EXPECT_EQ(VimoDocument::typeForFile("a.vimo", QByteArray()), "Vimo Document");
+    EXPECT_EQ(VimoDocument::typeForFile("a.VimoTemplate", QByteArray()), "Vimo Template");
+    EXPECT_EQ(VimoDocument::typeForFile("noname", vimo), "Vimo Document");
+    EXPECT_EQ(VimoDocument::typeForFile("noname", QByteArray("junk")), "");
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    buffer.open(QIODevice::WriteOnly);
+    sample::picture(8, 8).save(&buffer, "JPEG");
+    EXPECT_EQ(VimoDocument::typeForFile("photo.png", jpeg), "jpeg");
+}
+
+TEST_F(VimoDocumentTest, WindowFramesParseInBothForms) {
+    EXPECT_EQ(VimoDocument::rectFromFrameString("{{10, -20.5}, {300, 200}}"),
+              (Rect{10, -20.5f, 300, 200}));
+    EXPECT_EQ(VimoDocument::rectFromFrameString("10 20 300 200 0 0 1920 1080"),
+              (Rect{10, 20, 300, 200}));
+    EXPECT_EQ(VimoDocument::rectFromFrameString(VimoDocument::frameStringFromRect({1, 2, 3, 4})),
+              (Rect{1, 2, 3, 4}));
+    EXPECT_FALSE(VimoDocument::rectFromFrameString("{{10, 20}, {300}}"));
+    EXPECT_FALSE(VimoDocument::rectFromFrameString(std::string(100000, '7')));
+}
+
+TEST_F(VimoDocumentTest, SavingKeepsThePreviousVersion) {
+    const QString target = path("drawing.vimo");
+    VimoDocument doc;
+    sample::fill(doc);
+    ASSERT_TRUE(doc.writeToFile(target, "Vimo Document"));
+    const QByteArray first = readAll(target);
+    EXPECT_FALSE(QFile::exists(target + "~"));
+
+    doc.strokes().removeLastStroke();
+    ASSERT_TRUE(doc.writeToFile(target, "Vimo Document"));
+    EXPECT_EQ(readAll(target + "~"), first);
+    VimoDocument back;
+    ASSERT_TRUE(back.readFromFile(target));
+    EXPECT_EQ(back.strokes().count(), doc.strokes().count());
+    // Nothing but the file and its backup is left behind.
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).size(), 2);
+
+    // Saved through a symbolic link: the backup keeps the old content, not a
+    // second link to the new one.
+    const QString link = path("link.vimo");
+    ASSERT_TRUE(QFile::link(target, link));
+    const QByteArray second = readAll(target);
+    doc.strokes().removeLastStroke();
+    ASSERT_TRUE(doc.writeToFile(link, "Vimo Document"));
+    EXPECT_EQ(readAll(link + "~"), second);
+    EXPECT_NE(readAll(link), second);
+}
+
+TEST_F(VimoDocumentTest, AFailedSaveLeavesTheOldFile) {
+    const QString target = path("drawing.vimo");
+    const QByteArray old("the old version");
+    ASSERT_TRUE(writeAll(target, old));
+    VimoDocument doc;
+    sample::fill(doc);
+    for (int i = 0; i < 40; ++i)
+        doc.strokes().addStroke(sample::penStroke(float(i), 5, Color::blue(), 0, 1, 400));
+    const qsizetype size = doc.dataRepresentationOfType("Vimo Document").size();
+
+    // A disk that fills up at several points of the write: the process may
+    // not grow any file beyond the limit.
+    struct sigaction ignore {
+    }, previous{};
+    ignore.sa_handler = SIG_IGN;
+    sigaction(SIGXFSZ, &ignore, &previous);
+    rlimit saved{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    for (const rlim_t limit :
+         {rlim_t(0), rlim_t(1), rlim_t(4096), rlim_t(size / 2), rlim_t(size - 1)}) {
+        SCOPED_TRACE(limit);
+        rlimit small = saved;
+        small.rlim_cur = limit;
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+        const auto result = doc.writeToFile(target, "Vimo Document");
+        setrlimit(RLIMIT_FSIZE, &saved);
+        ASSERT_FALSE(result);
+        EXPECT_NE(result.reason().find("drawing.vimo"), std::string::npos) << result.reason();
+        EXPECT_EQ(readAll(target), old);
+        EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"drawing.vimo"});
+    }
+    sigaction(SIGXFSZ, &previous, nullptr);
+
+    // A folder that does not exist.
+    const auto missing = doc.writeToFile(path("no/such/folder/x.vimo"), "Vimo Document");
+    EXPECT_FALSE(missing);
+    EXPECT_FALSE(missing.reason().empty());
+
+    // A read-only folder (the superuser writes there anyway: then nothing to test).
+    QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::ExeOwner);
+    if (::access(QFile::encodeName(dir.path()).constData(), W_OK) != 0) {
+        EXPECT_FALSE(doc.writeToFile(target, "Vimo Document"));
+        EXPECT_EQ(readAll(target), old);
+    }
+    QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
