@@ -258,6 +258,10 @@ void GraphicsContext::drawImage(const Rect& r, const QImage& image, float fracti
     QPainter painter;
     if (!beginPainter(painter)) return;
     painter.setOpacity(double(std::min(fraction, 1.0f)));
+    // User space is y up: the image stands upright in it, its top row along
+    // the rectangle's maxY edge.
+    painter.translate(0, double(r.y) * 2 + double(r.height));
+    painter.scale(1, -1);
     painter.drawImage(QRectF(r.x, r.y, r.width, r.height), image, QRectF(image.rect()));
     painter.end();
 }

@@ -80,9 +80,10 @@ public:
     void strokePath();
 
     // Draws the whole image into the user-space rectangle r, source over,
-    // scaled by fraction (0..1). The image's first row lies along r's minY
-    // edge (callers that want it upright in y-up space flip their CTM, as
-    // image strokes do). Interpolation None samples the nearest pixel; the
+    // scaled by fraction (0..1). The image stands upright in user space (y
+    // up): its first row lies along r's maxY edge. Image strokes flip their
+    // CTM so that the first row lands at low y, the top of the y-down view
+    // the canvas is shown in. Interpolation None samples the nearest pixel; the
     // other qualities filter smoothly.
     void drawImage(const Rect& r, const QImage& image, float fraction = 1);
 

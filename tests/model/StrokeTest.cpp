@@ -207,12 +207,13 @@ TEST(StrokeImage, DrawsUprightAtTwiceItsSize) {
     std::memset(bm.pixels(), 0, 8 * 8 * 4);
     const Rect touched = stroke->drawInContext(bm.cgContext());
     EXPECT_EQ(touched, (Rect{0, 0, 8, 8}));
-    // Bitmap y is up: the top rows have the high y.
-    EXPECT_EQ(bm.at(0, 7), RED);
-    EXPECT_EQ(bm.at(7, 7), GREEN);
-    EXPECT_EQ(bm.at(0, 0), BLUE);
-    EXPECT_EQ(bm.at(7, 0), WHITE);
-    EXPECT_EQ(bm.at(2, 5), RED); // a 2x2 source block covers 4x4 pixels
+    // The view shows the canvas with y growing downward: the picture's top
+    // lies at low y, along the edge from corner 0 to corner 1.
+    EXPECT_EQ(bm.at(0, 0), RED);
+    EXPECT_EQ(bm.at(7, 0), GREEN);
+    EXPECT_EQ(bm.at(0, 7), BLUE);
+    EXPECT_EQ(bm.at(7, 7), WHITE);
+    EXPECT_EQ(bm.at(2, 2), RED); // a 2x2 source block covers 4x4 pixels
 }
 
 TEST(StrokePainting, PenOutlineFillsTheUnionWhereCirclesAndQuadsOverlap) {
