@@ -71,4 +71,32 @@ function penlib.random(seed)
   end
 end
 
+-- Makes the calling script a pen that drags a shape from corner to corner:
+-- defines its pen_down, pen_move and pen_up. append(path, rect) adds the
+-- shape for the dragged rectangle (shift squares it); the script's global
+-- "filled" chooses a filled shape over an outline of the pen's width.
+function penlib.corner_shape_pen(append)
+  local start, shape
+
+  function pen_down(p, r)
+    start, shape = p, nil
+  end
+
+  function pen_move(p, r)
+    if shape then release(shape) end
+    shape = retain(bezier_path())
+    append(shape, penlib.rect_from_corners(start, p, shift_down()))
+    set_line_width(shape, 2 * get_pen_radius() / scale())
+    if filled >= 0.5 then fill(shape) else stroke(shape) end
+  end
+
+  function pen_up()
+    if shape then
+      if filled >= 0.5 then add_fill(shape) else add_stroke(shape) end
+      release(shape)
+      shape = nil
+    end
+  end
+end
+
 return penlib

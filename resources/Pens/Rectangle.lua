@@ -20,24 +20,4 @@ filled = 0
 filled_min = 0
 filled_max = 1
 
-local start, shape
-
-function pen_down(p, r)
-  start, shape = p, nil
-end
-
-function pen_move(p, r)
-  if shape then release(shape) end
-  shape = retain(bezier_path())
-  append_bezier_path_with_rect(shape, penlib.rect_from_corners(start, p, shift_down()))
-  set_line_width(shape, 2 * get_pen_radius() / scale())
-  if filled >= 0.5 then fill(shape) else stroke(shape) end
-end
-
-function pen_up()
-  if shape then
-    if filled >= 0.5 then add_fill(shape) else add_stroke(shape) end
-    release(shape)
-    shape = nil
-  end
-end
+penlib.corner_shape_pen(append_bezier_path_with_rect)
