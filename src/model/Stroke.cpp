@@ -33,25 +33,28 @@ std::shared_ptr<Stroke> Stroke::initWithBezierPath(std::shared_ptr<BezierPath> p
                                                    const Color& color, int transferMode,
                                                    float opacity) {
     auto stroke = std::shared_ptr<Stroke>(new Stroke());
-    stroke->_path = std::move(path);
-    stroke->_color = color;
-    stroke->_transfer_mode = transferMode;
-    stroke->_opacity = opacity;
-    stroke->rebuildGeometry();
+    stroke->setPathAndPaint(std::move(path), color, transferMode, opacity);
     return stroke;
+}
+
+void Stroke::setPathAndPaint(std::shared_ptr<BezierPath> path, const Color& color, int transferMode,
+                             float opacity) {
+    _path = std::move(path);
+    _color = color;
+    _transfer_mode = transferMode;
+    _opacity = opacity;
+    rebuildGeometry();
 }
 
 std::shared_ptr<Stroke> Stroke::initWithBezierStroke(std::shared_ptr<BezierPath> path,
                                                      const Color& color, int transferMode,
                                                      float opacity) {
+    // An outlined path: the same stroke, with the path's own line width kept
+    // and the bounds grown by half of it.
     auto stroke = std::shared_ptr<Stroke>(new Stroke());
     stroke->_stroke = true;
     stroke->_line_width = path ? path->lineWidth() : 1.0f;
-    stroke->_path = std::move(path);
-    stroke->_color = color;
-    stroke->_transfer_mode = transferMode;
-    stroke->_opacity = opacity;
-    stroke->rebuildGeometry();
+    stroke->setPathAndPaint(std::move(path), color, transferMode, opacity);
     return stroke;
 }
 

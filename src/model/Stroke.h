@@ -134,6 +134,8 @@ private:
     Stroke();
     // Rebuilds _cg_path from _path and recomputes _bounds.
     void rebuildGeometry();
+    void setPathAndPaint(std::shared_ptr<BezierPath> path, const Color& color, int transferMode,
+                         float opacity);
     void drawImageInContext(CGContextWrapper& context) const;
 
     std::optional<Color> _color;

@@ -110,8 +110,8 @@ void GraphicsContext::moveToPoint(float x, float y) {
     _subpathClosed = false;
 }
 
-void GraphicsContext::addLineToPoint(float x, float y) {
-    if (!_hasCurrentPoint) return;
+bool GraphicsContext::reopenSubpath() {
+    if (!_hasCurrentPoint) return false;
     if (_subpathClosed) {
         // A new subpath that starts where the closed one did.
         PathElement m;
@@ -120,20 +120,18 @@ void GraphicsContext::addLineToPoint(float x, float y) {
         _path.push_back(m);
         _subpathClosed = false;
     }
+    return true;
+}
+
+void GraphicsContext::addLineToPoint(float x, float y) {
+    if (!reopenSubpath()) return;
     const float xy[2] = {x, y};
     addPoint(LineToElement, 1, xy);
 }
 
 void GraphicsContext::addCurveToPoint(float cp1x, float cp1y, float cp2x, float cp2y, float x,
                                       float y) {
-    if (!_hasCurrentPoint) return;
-    if (_subpathClosed) {
-        PathElement m;
-        m.type = MoveToElement;
-        m.points[0] = _subpathStart;
-        _path.push_back(m);
-        _subpathClosed = false;
-    }
+    if (!reopenSubpath()) return;
     const float xy[6] = {cp1x, cp1y, cp2x, cp2y, x, y};
     addPoint(CurveToElement, 3, xy);
 }

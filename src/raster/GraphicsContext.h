@@ -109,6 +109,9 @@ private:
     // User space to raster space (x right, y down from the top row).
     QTransform rasterTransform() const;
     void addPoint(std::int32_t type, int count, const float* xy);
+    // Before a line or curve: false without a current point; after a close,
+    // starts a new subpath where the closed one began.
+    bool reopenSubpath();
     bool beginPainter(QPainter& painter);
     void fillWith(CoverageRasterizer::FillRule rule);
 
