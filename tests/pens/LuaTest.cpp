@@ -85,7 +85,8 @@ TEST_F(LuaTest, RuntimeErrorShowsAlertAndLogsTheStack) {
     EXPECT_EQ(lua->call("outer"), LUA_ERRRUN);
     ASSERT_EQ(alerts.alerts.size(), 1u);
     EXPECT_EQ(alerts.alerts[0].title, "Runtime error");
-    const std::string where = "@" + testPen("runtime.lua");
+    std::string where = "@"; // appended, not prefixed: GCC 12 misreports the prefix form
+    where += testPen("runtime.lua");
     const std::string message = testPen("runtime.lua") + ":4: bad value 100%";
     EXPECT_EQ(alerts.alerts[0].message, message); // the percent sign is kept as is
     EXPECT_EQ(alerts.log, (Strings{message, "=[C]:-1 (null)", "=[C]:-1 error", where + ":4 inner",
