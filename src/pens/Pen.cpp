@@ -207,16 +207,7 @@ float Pen::worldRadius(float pressure) const {
 void Pen::toolDownEvent(const ToolEvent& event, ToolView& view, Point at) {
     _option_down = event.optionDown();
     if (_option_down) {
-        const VimoCanvas* canvas = view.canvas();
-        const std::uint32_t word = canvas ? canvas->colorAt(at) : 0;
-        const unsigned alpha = word >> 24;
-        Color picked = view.windowBackgroundColor();
-        if (alpha > 0) {
-            const float a = float(alpha) / 255;
-            auto channel = [&](int shift) { return float((word >> shift) & 255) / 255 / a; };
-            picked = Color::device(channel(0), channel(8), channel(16), 1);
-        }
-        _document.setToolColor(picked);
+        _document.setToolColor(Tool::pickColor(view, at));
         return;
     }
     _pen_down = true;

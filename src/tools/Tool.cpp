@@ -1,5 +1,6 @@
 #include "tools/Tool.h"
 
+#include "model/VimoCanvas.h"
 #include "tools/ResourcePaths.h"
 #include "tools/ToolDocument.h"
 #include "tools/ToolView.h"
@@ -39,6 +40,16 @@ ToolCursor Tool::loadCursor(const std::string& name, Point hotSpot) {
     cursor.hotSpot = hotSpot;
     cursor.image = QImage(QString::fromStdString(ResourcePaths::imagePath(name + ".png")));
     return cursor;
+}
+
+Color Tool::pickColor(ToolView& view, Point at) {
+    const VimoCanvas* canvas = view.canvas();
+    const std::uint32_t word = canvas ? canvas->colorAt(at) : 0;
+    const unsigned alpha = word >> 24;
+    if (alpha == 0) return view.windowBackgroundColor();
+    const float a = float(alpha) / 255;
+    auto channel = [&](int shift) { return float((word >> shift) & 255) / 255 / a; };
+    return Color::device(channel(0), channel(8), channel(16), 1);
 }
 
 void Tool::switchTool(Tool*& current, Tool* next, const std::function<void()>& refreshDisplay,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "raster/Color.h"
 #include "raster/Geometry.h"
 #include "tools/ToolCursor.h"
 #include "tools/ToolEvent.h"
@@ -53,6 +54,11 @@ public:
     // An image cursor from the resource folder "Images" (name + ".png"). A
     // missing image is not detected: the cursor then has an empty image.
     static ToolCursor loadCursor(const std::string& name, Point hotSpot);
+
+    // The colour under a point of the view's canvas, for option-click colour
+    // picking: un-premultiplied and opaque; the window's background colour
+    // where the canvas is transparent.
+    static Color pickColor(ToolView& view, Point at);
 
     // The order of a tool switch: nothing when next is already current;
     // otherwise deactivate the old tool, make next current, refresh the tool

@@ -1,0 +1,123 @@
+#include "fill/FillTool.h"
+#include "model/BezierPath.h"
+#include "model/PenPoints.h"
+#include "support/GoldenImage.h"
+#include "support/ToolFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+ToolEvent click(Point at, std::uint32_t flags = 0) {
+    ToolEvent e;
+    e.location = at;
+    e.modifierFlags = flags;
+    return e;
+}
+
+// A closed ring drawn with the pen: samples on a circle.
+std::shared_ptr<Stroke> penRing(Point centre, float radius, float penRadius) {
+    auto points = std::make_shared<PenPoints>(AffineMatrix::identity(), penRadius);
+    for (int i = 0; i <= 64; ++i) {
+        const float a = float(i) / 64 * 2 * 3.14159265f;
+        points->addPointAt({centre.x + radius * std::cos(a), centre.y + radius * std::sin(a)}, 1);
+    }
+    points->simplify();
+    return Stroke::initWithPenPoints(points, Color::black(), 0, 1);
+}
+
+struct FillRig {
+    explicit FillRig(Size size = {100, 80}) : view(size), document(view), tool(document) {}
+    void fillAt(Point p) { tool.toolDownEvent(click(p), view, p); }
+    std::uint32_t pixel(int x, int y) { return view.canvas()->drawBitmap().at(x, y); }
+    TestView view;
+    TestDocument document;
+    FillTool tool;
+};
+
+} // namespace
+
+TEST(FillTool, FillsInsideARingAsOneEvenOddStrokeAndClearsTheMask) {
+    FillRig rig;
+    rig.document.addStroke(penRing({50, 40}, 25, 3));
+    rig.fillAt({50, 40});
+
+    ASSERT_EQ(rig.document.strokes().count(), 2);
+    const auto filled = rig.document.strokes().lastStroke();
+    EXPECT_EQ(filled->windingRule(), EvenOddWindingRule);
+    EXPECT_EQ(filled->color(), Color::red());
+    EXPECT_EQ(rig.pixel(50, 40), RED);
+    EXPECT_EQ(rig.pixel(5, 5), WHITE); // outside the ring untouched
+    // The mask (the stroke bitmap) is transparent again.
+    const Bitmap& mask = rig.view.canvas()->strokeBitmap();
+    for (int y = 0; y < mask.height(); ++y)
+        for (int x = 0; x < mask.width(); ++x) ASSERT_EQ(mask.at(x, y), TRANSPARENT);
+    ASSERT_FALSE(rig.view.redrawn.empty());
+    EXPECT_TRUE(matchesGolden(rig.view.canvas()->drawBitmap(), "fill/inside_ring", 2));
+}
+
+TEST(FillTool, FillingTheRingItselfKeepsItsCentreOpen) {
+    FillRig rig;
+    rig.document.addStroke(penRing({50, 40}, 25, 3));
+    rig.tool.setColor(Color::blue());
+    rig.fillAt({75, 40}); // on the ring's right edge
+    const auto filled = rig.document.strokes().lastStroke();
+    // The outline and the hole: two closed subpaths under even-odd.
+    int moves = 0;
+    for (int i = 0; i < filled->bezierPath()->elementCount(); ++i)
+        moves += filled->bezierPath()->elementAtIndex(i) == MoveToElement;
+    EXPECT_GE(moves, 2);
+    EXPECT_EQ(rig.pixel(50, 40), WHITE);
+    EXPECT_EQ(rig.pixel(75, 40), BLUE);
+    EXPECT_TRUE(matchesGolden(rig.view.canvas()->drawBitmap(), "fill/ring_itself", 2));
+}
+
+TEST(FillTool, EveryClickMakesExactlyOneStroke) {
+    // A 1 x 1 canvas, an opaque canvas, the canvas edge, tolerance 1.
+    {
+        FillRig rig(Size{1, 1});
+        rig.fillAt({0.5f, 0.5f});
+        EXPECT_EQ(rig.document.strokes().count(), 1);
+        EXPECT_EQ(rig.pixel(0, 0), RED);
+    }
+    {
+        FillRig rig;
+        rig.tool.setTolerance(1);
+        rig.document.addStroke(penRing({50, 40}, 25, 3));
+        rig.fillAt({0, 0});
+        EXPECT_EQ(rig.document.strokes().count(), 2);
+        EXPECT_EQ(rig.pixel(50, 40), RED); // tolerance 1 floods through the ring
+        EXPECT_EQ(rig.pixel(99, 79), RED);
+    }
+    {
+        FillRig rig;
+        rig.fillAt({99.9f, 79.9f}); // the far corner of an empty (white) canvas
+        EXPECT_EQ(rig.document.strokes().count(), 1);
+        EXPECT_EQ(rig.pixel(0, 0), RED);
+        EXPECT_EQ(rig.pixel(99, 79), RED);
+    }
+}
+
+TEST(FillTool, OptionClickPicksAnOpaqueColourAndDrawsNothing) {
+    FillRig rig;
+    rig.view.canvas()->previewBitmap().fillRect({0, 0, 10, 10}, 0x80000080u); // half red
+    rig.view.canvas()->previewBitmap().fillRect({50, 50, 10, 10}, TRANSPARENT);
+    rig.tool.toolDownEvent(click({2, 2}, ToolEvent::OptionKey), rig.view, {2, 2});
+    EXPECT_EQ(rig.document.toolColor, Color::device(1, 0, 0, 1));
+    rig.tool.toolDownEvent(click({55, 55}, ToolEvent::OptionKey), rig.view, {55, 55});
+    EXPECT_EQ(rig.document.toolColor, rig.view.background);
+    EXPECT_EQ(rig.document.strokes().count(), 0);
+}
+
+TEST(FillTool, CursorFollowsTheOptionKey) {
+    FillRig rig;
+    EXPECT_EQ(rig.tool.toolCursor().name, "fill_cursor");
+    rig.tool.toolFlagsChanged(click({}, ToolEvent::OptionKey));
+    EXPECT_EQ(rig.tool.toolCursor().name, "color_picker_cursor");
+    EXPECT_EQ(rig.view.cursorRefreshes, 1);
+    rig.tool.toolActivate();
+    EXPECT_EQ(rig.tool.toolCursor().name, "fill_cursor");
+    EXPECT_EQ(rig.tool.toolCursor().hotSpot, (Point{14, 14}));
+}

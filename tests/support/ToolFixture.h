@@ -1,0 +1,59 @@
+#pragma once
+
+#include "model/Stroke.h"
+#include "model/Strokes.h"
+#include "model/VimoCanvas.h"
+#include "raster/Bitmap.h"
+#include "tools/ToolDocument.h"
+#include "tools/ToolView.h"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+// A headless view over a canvas: records what it is asked to redraw.
+class TestView : public ToolView {
+public:
+    explicit TestView(Size size) : _canvas(std::make_unique<VimoCanvas>(size)) {
+        _canvas->fill(WHITE);
+        _canvas->strokeBitmap().fill(TRANSPARENT);
+    }
+    VimoCanvas* canvas() override { return _canvas.get(); }
+    float scale() const override { return _canvas->transform().scaleFactor(); }
+    Rect bounds() const override { return {0, 0, _canvas->size().width, _canvas->size().height}; }
+    void setNeedsDisplayInRect(const Rect& r) override { redrawn.push_back(r); }
+    void setNeedsDisplay() override { redrawn.push_back(bounds()); }
+    Color windowBackgroundColor() const override { return background; }
+    void refreshCursor() override { cursorRefreshes++; }
+    void redrawFromStroke(int index) override { (void)index; }
+
+    std::vector<Rect> redrawn;
+    Color background = Color::calibrated(0.25f, 0.5f, 0.75f);
+    int cursorRefreshes = 0;
+
+private:
+    std::unique_ptr<VimoCanvas> _canvas;
+};
+
+// A headless document: a stroke list painted into the view's canvas.
+class TestDocument : public ToolDocument {
+public:
+    explicit TestDocument(TestView& view) : _view(view) {}
+    Tool* tool() const override { return _tool; }
+    void setTool(Tool* t) override { _tool = t; }
+    void setToolColor(const Color& c) override { toolColor = c; }
+    void addStroke(std::shared_ptr<Stroke> stroke) override {
+        _strokes.addStroke(stroke);
+        stroke->drawInCanvas(*_view.canvas());
+    }
+    Strokes& strokes() override { return _strokes; }
+    ToolView* view() override { return &_view; }
+    void refreshCursor() override { _view.refreshCursor(); }
+
+    std::optional<Color> toolColor;
+
+private:
+    TestView& _view;
+    Strokes _strokes;
+    Tool* _tool = nullptr;
+};
