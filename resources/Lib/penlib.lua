@@ -99,4 +99,14 @@ function penlib.corner_shape_pen(append)
   end
 end
 
+-- Adds a retained path as a filled stroke and releases it; nil is ignored.
+-- Returns nil, for "path = penlib.add_fill_and_release(path)".
+function penlib.add_fill_and_release(path)
+  if path then
+    add_fill(path)
+    release(path)
+  end
+  return nil
+end
+
 return penlib

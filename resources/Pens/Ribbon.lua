@@ -53,9 +53,5 @@ function pen_move(p, r)
 end
 
 function pen_up()
-  if path then
-    add_fill(path)
-    release(path)
-    path = nil
-  end
+  path = penlib.add_fill_and_release(path)
 end
