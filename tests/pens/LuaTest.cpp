@@ -1,5 +1,6 @@
 #include "pens/Lua.h"
 #include "RecordingAlerts.h"
+#include "RunChunk.h"
 #include "pens/LuaObjectRegistry.h"
 
 #include <lua.hpp>
@@ -12,17 +13,6 @@
 namespace {
 
 using Strings = std::vector<std::string>;
-
-// Runs a chunk of source text on the host's state through pcallWithArgs.
-int runChunk(Lua& lua, const std::string& code) {
-    lua_State* L = lua.state();
-    if (luaL_loadbuffer(L, code.data(), code.size(), "=chunk") != 0) {
-        ADD_FAILURE() << lua_tostring(L, -1);
-        lua_pop(L, 1);
-        return -1;
-    }
-    return lua.pcallWithArgs(0, 0);
-}
 
 class LuaTest : public testing::Test {
 protected:

@@ -1,5 +1,6 @@
 #include "pens/PenScriptApi.h"
 #include "PenFixture.h"
+#include "RunChunk.h"
 #include "model/BezierPath.h"
 #include "pens/PenCallbacks.h"
 #include "raster/CGContextWrapper.h"
@@ -20,15 +21,7 @@ struct ApiTest : testing::Test {
 
     ApiTest() { Lua::setContextView(&rig.view, &rig.pen); }
 
-    int run(const std::string& code) {
-        lua_State* L = lua.state();
-        if (luaL_loadbuffer(L, code.data(), code.size(), "=chunk") != 0) {
-            ADD_FAILURE() << lua_tostring(L, -1);
-            lua_pop(L, 1);
-            return -1;
-        }
-        return lua.pcallWithArgs(0, 0);
-    }
+    int run(const std::string& code) { return runChunk(lua, code); }
     double number(const char* name) { return lua.getGlobalNumber(name, -999); }
     std::string text(const char* name) { return lua.getGlobalString(name).value_or("(nil)"); }
 };
