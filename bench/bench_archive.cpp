@@ -17,7 +17,7 @@
 #include "model/PenPoints.h"
 #include "model/Stroke.h"
 #include "model/Strokes.h"
-#include "model/VimoDocument.h"
+#include "model/DocumentFile.h"
 #include "model/VimoFileData.h"
 #include "model/ZLib.h"
 
@@ -36,8 +36,8 @@ double secondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-std::unique_ptr<VimoDocument> bigDocument() {
-    auto doc = std::make_unique<VimoDocument>();
+std::unique_ptr<DocumentFile> bigDocument() {
+    auto doc = std::make_unique<DocumentFile>();
     doc->setPreviewSource([] { return QImage(); }); // no embedded picture
     doc->setWindowFrameString("{{100, 100}, {1024, 768}}");
     std::mt19937 rng(7);
@@ -85,9 +85,9 @@ void OpenDocument(benchmark::State& state) {
         benchmark::DoNotOptimize(inflated);
         inflateTotal += secondsSince(start);
 
-        VimoDocument doc;
+        DocumentFile doc;
         start = std::chrono::steady_clock::now();
-        const auto result = doc.loadDataRepresentation(file, VimoDocument::kDocumentType);
+        const auto result = doc.loadDataRepresentation(file, DocumentFile::kDocumentType);
         const double seconds = secondsSince(start);
         if (!result) state.SkipWithError(result.reason().c_str());
         strokes = doc.strokes().count();
@@ -131,7 +131,7 @@ void SaveDocument(benchmark::State& state) {
         deflateTotal += secondsSince(start);
 
         start = std::chrono::steady_clock::now();
-        auto content = doc->dataRepresentationOfType(VimoDocument::kDocumentType);
+        auto content = doc->dataRepresentationOfType(DocumentFile::kDocumentType);
         benchmark::DoNotOptimize(content);
         const double seconds = secondsSince(start);
         state.SetIterationTime(seconds);

@@ -10,8 +10,7 @@
 #include "model/Stroke.h"
 #include "model/Strokes.h"
 #include "model/VimoCanvas.h"
-#include "tools/ToolDocument.h"
-#include "tools/ToolView.h"
+#include "support/ToolFixture.h"
 
 #include <benchmark/benchmark.h>
 
@@ -24,36 +23,6 @@
 namespace {
 
 constexpr float kWidth = 1920, kHeight = 1080;
-
-class BenchView : public ToolView {
-public:
-    VimoCanvas canvas_{Size{kWidth, kHeight}};
-    VimoCanvas* canvas() override { return &canvas_; }
-    float scale() const override { return 1; }
-    Rect bounds() const override { return {0, 0, kWidth, kHeight}; }
-    void setNeedsDisplayInRect(const Rect&) override {}
-    void setNeedsDisplay() override {}
-    Color windowBackgroundColor() const override { return Color::white(); }
-    void refreshCursor() override {}
-    void redrawFromStroke(int) override {}
-};
-
-class BenchDocument : public ToolDocument {
-public:
-    explicit BenchDocument(BenchView& v) : view_(v) {}
-    Tool* tool() const override { return nullptr; }
-    void setTool(Tool*) override {}
-    void setToolColor(const Color&) override {}
-    void addStroke(std::shared_ptr<Stroke> s) override {
-        strokes_.addStroke(s);
-        s->drawInCanvas(view_.canvas_);
-    }
-    Strokes& strokes() override { return strokes_; }
-    ToolView* view() override { return &view_; }
-    void refreshCursor() override {}
-    BenchView& view_;
-    Strokes strokes_;
-};
 
 std::shared_ptr<Stroke> randomStroke(std::mt19937& rng) {
     std::uniform_real_distribution<float> x(0, kWidth), y(0, kHeight), r(2, 20), u(0, 1);
@@ -69,23 +38,21 @@ std::shared_ptr<Stroke> randomStroke(std::mt19937& rng) {
 }
 
 void FillToolClick(benchmark::State& state) {
-    BenchView view;
-    view.canvas_.fill(0xFFFFFFFFu);
-    view.canvas_.strokeBitmap().fill(0);
-    BenchDocument document(view);
+    TestView view(Size{kWidth, kHeight});
+    TestDocument document(view);
     std::mt19937 rng(7);
     for (int i = 0; i < 200; ++i)
         if (auto s = randomStroke(rng)) document.addStroke(s);
     FillTool tool(document);
-    const Bitmap& draw = view.canvas_.drawBitmap();
+    const Bitmap& draw = view.canvas()->drawBitmap();
     const std::size_t bytes = std::size_t(draw.width()) * std::size_t(draw.height()) * 4;
     std::vector<std::uint32_t> saved(draw.pixels(), draw.pixels() + bytes / 4);
     std::vector<std::uint32_t> copy(bytes / 4);
 
     auto restore = [&] {
-        document.strokes_.removeLastStroke();
-        std::memcpy(view.canvas_.drawBitmap().pixels(), saved.data(), bytes);
-        std::memcpy(view.canvas_.previewBitmap().pixels(), saved.data(), bytes);
+        document.strokes().removeLastStroke();
+        std::memcpy(view.canvas()->drawBitmap().pixels(), saved.data(), bytes);
+        std::memcpy(view.canvas()->previewBitmap().pixels(), saved.data(), bytes);
     };
     // Click where the fill is largest among a grid of candidates: the space
     // between the strokes, as a user filling a background would.
@@ -96,7 +63,7 @@ void FillToolClick(benchmark::State& state) {
             ToolEvent probe;
             probe.location = {kWidth * float(gx) / 10, kHeight * float(gy) / 6};
             tool.toolDownEvent(probe, view, probe.location);
-            const Rect b = document.strokes_.lastStroke()->bounds();
+            const Rect b = document.strokes().lastStroke()->bounds();
             if (b.width * b.height > bestArea) bestArea = b.width * b.height, at = probe.location;
             restore();
         }
@@ -119,7 +86,7 @@ void FillToolClick(benchmark::State& state) {
         clickSeconds += seconds;
         state.SetIterationTime(seconds);
 
-        lastElements = document.strokes_.lastStroke()->bezierPath()->elementCount();
+        lastElements = document.strokes().lastStroke()->bezierPath()->elementCount();
         restore();
     }
     state.counters["x_ref"] = clickSeconds / memcpySeconds;

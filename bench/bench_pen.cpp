@@ -13,9 +13,8 @@
 #include "model/VimoCanvas.h"
 #include "pens/Pen.h"
 #include "raster/Bitmap.h"
+#include "support/ToolFixture.h"
 #include "tools/ResourcePaths.h"
-#include "tools/ToolDocument.h"
-#include "tools/ToolView.h"
 
 #include <benchmark/benchmark.h>
 
@@ -53,39 +52,6 @@ double memcpySeconds() {
     return seconds;
 }
 
-class BenchView : public ToolView {
-public:
-    explicit BenchView(Size size) : _canvas(size) {
-        _canvas.fill(WHITE);
-        _canvas.strokeBitmap().fill(TRANSPARENT);
-    }
-    VimoCanvas* canvas() override { return &_canvas; }
-    float scale() const override { return 1; }
-    Rect bounds() const override { return {0, 0, _canvas.size().width, _canvas.size().height}; }
-    void setNeedsDisplayInRect(const Rect&) override {}
-    void setNeedsDisplay() override {}
-    Color windowBackgroundColor() const override { return Color::white(); }
-    void refreshCursor() override {}
-    void redrawFromStroke(int) override {}
-
-private:
-    VimoCanvas _canvas;
-};
-
-class BenchDocument : public ToolDocument {
-public:
-    Tool* tool() const override { return nullptr; }
-    void setTool(Tool*) override {}
-    void setToolColor(const Color&) override {}
-    void addStroke(std::shared_ptr<Stroke>) override {}
-    Strokes& strokes() override { return _strokes; }
-    ToolView* view() override { return nullptr; }
-    void refreshCursor() override {}
-
-private:
-    Strokes _strokes;
-};
-
 ToolEvent at(Point p) {
     ToolEvent e;
     e.location = p;
@@ -95,7 +61,7 @@ ToolEvent at(Point p) {
 
 // Moves of 3 units around a circle in the middle of the canvas; a new
 // gesture every 500 moves (outside the timing) keeps the trace short.
-void runMoves(benchmark::State& state, Pen& pen, BenchView& view) {
+void runMoves(benchmark::State& state, Pen& pen, TestView& view) {
     const Size size = view.canvas()->size();
     const Point centre{size.width / 2, size.height / 2};
     const float r = 150;
@@ -125,8 +91,8 @@ void reportRef(benchmark::State& state, std::chrono::steady_clock::time_point st
 void OrdinaryPenMove(benchmark::State& state) {
     memcpySeconds();
     const float w = float(state.range(0)), h = state.range(0) == 3840 ? 2160.0f : 768.0f;
-    BenchView view({w, h});
-    BenchDocument document;
+    TestView view({w, h});
+    TestDocument document(view);
     Pen pen(document, ResourcePaths::pensDir(), ResourcePaths::libDir());
     pen.setPenTypeName("Pen");
     pen.setRadius(10);
@@ -145,8 +111,8 @@ void CustomPenMove(benchmark::State& state) {
                                        "function pen_down(p, r) end\n"
                                        "function pen_move(p, r) end\n"
                                        "function pen_up() end\n";
-    BenchView view({1024, 768});
-    BenchDocument document;
+    TestView view({1024, 768});
+    TestDocument document(view);
     Pen pen(document, dir.string(), ResourcePaths::libDir());
     const auto start = std::chrono::steady_clock::now();
     runMoves(state, pen, view);

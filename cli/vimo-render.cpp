@@ -5,7 +5,7 @@
 //
 //   vimo-render --thumbnail 256 drawing.vimo thumbnail.png
 
-#include "model/VimoDocument.h"
+#include "model/DocumentFile.h"
 
 #include <QImage>
 #include <QString>
@@ -98,7 +98,7 @@ int main(int argc, char** argv) {
     if (thumbnail && width) return usageError("--size and --thumbnail exclude each other");
 
     // No settings: rendering reads none and writes none.
-    VimoDocument document(nullptr);
+    DocumentFile document(nullptr);
     document.setViewSize({float(viewW), float(viewH)});
     const QString inputPath = QString::fromLocal8Bit(input.c_str());
     const auto result = document.readFromFile(inputPath);

@@ -203,6 +203,10 @@ void Strokes::setActionName(const char* name) {
     if (_undo) _undo->setFirstActionName(QCoreApplication::translate("Strokes", name));
 }
 
+void Strokes::changedFrom(int index) const {
+    if (_changed && _undo && (_undo->isUndoing() || _undo->isRedoing())) _changed(index);
+}
+
 void Strokes::updateMenuState() const {
     MenuState::shared().setCanVectorDraw(canVectorDraw());
 }
@@ -214,6 +218,7 @@ void Strokes::addStroke(StrokePtr stroke) {
     _strokes.push_back(std::move(stroke));
     registerUndo([this] { removeLastStroke(); });
     setActionName("Stroke");
+    changedFrom(count() - 1);
     updateMenuState();
 }
 
@@ -223,6 +228,7 @@ void Strokes::removeLastStroke() {
     _strokes.pop_back();
     registerUndo([this, stroke] { addStroke(stroke); });
     setActionName("Delete Stroke");
+    changedFrom(count());
     updateMenuState();
 }
 
@@ -232,6 +238,7 @@ void Strokes::insertStroke(StrokePtr stroke, int index) {
     _strokes.insert(_strokes.begin() + index, std::move(stroke));
     registerUndo([this, index] { removeStrokeAtIndex(index); });
     setActionName("Add Stroke");
+    changedFrom(index);
     updateMenuState();
 }
 
@@ -241,6 +248,7 @@ void Strokes::removeStrokeAtIndex(int index) {
     _strokes.erase(_strokes.begin() + index);
     registerUndo([this, stroke, index] { insertStroke(stroke, index); });
     setActionName("Delete Stroke");
+    changedFrom(index);
     updateMenuState();
 }
 
@@ -264,6 +272,7 @@ void Strokes::clear() {
         registerUndo([this, stroke] { addStroke(stroke); });
     }
     setActionName("Clear");
+    changedFrom(0);
     updateMenuState();
 }
 
@@ -273,6 +282,7 @@ void Strokes::transformStrokesInArray(const StrokeArray& array, const AffineTran
     inverse.invert();
     registerUndo([this, array, inverse] { transformStrokesInArray(array, inverse); });
     setActionName("Move");
+    changedFrom(minimumStrokeIndexInArray(array));
     updateMenuState();
 }
 

@@ -52,6 +52,10 @@ public:
     // The undo manager edits register with; none means edits are not undoable.
     void setUndoManager(UndoManager* undo) { _undo = undo; }
     UndoManager* undoManager() const { return _undo; }
+    // Told the lowest index that changed when the undo manager undoes or
+    // redoes a step of this list, so that the view can redraw from there
+    // (the document's own commands redraw by their own rules).
+    void setChangeHandler(std::function<void(int)> handler) { _changed = std::move(handler); }
 
     // Queries.
     int count() const { return int(_strokes.size()); }
@@ -117,8 +121,10 @@ private:
     void registerUndo(std::function<void()> action);
     void setActionName(const char* name);
     void updateMenuState() const;
+    void changedFrom(int index) const;
 
     StrokeArray _strokes;
     UndoManager* _undo = nullptr;
+    std::function<void(int)> _changed;
     RedrawStats _last_redraw;
 };

@@ -1,5 +1,8 @@
 #include "model/VimoCanvas.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "model/RewindBuffer.h"
 
 VimoCanvas::VimoCanvas(Size size)
@@ -85,6 +88,25 @@ void VimoCanvas::zoomToPoint(Point p, float factor) {
     scale(factor);
     const Point centre = bitmapPointToWorldPoint({size().width / 2, size().height / 2});
     translate({centre.x - before.x, centre.y - before.y});
+}
+
+void VimoCanvas::zoomToBitmapRect(const Rect& r) {
+    const Size s = size();
+    zoomToPoint({r.x + r.width / 2, r.y + r.height / 2},
+                std::min(s.width / r.width, s.height / r.height));
+}
+
+void VimoCanvas::rotateFrom(Point p1, Point p2) {
+    const Point c{size().width / 2, size().height / 2};
+    // Each angle is narrowed to single precision before the difference.
+    const auto a1 = float(std::atan2(double(p1.y - c.y), double(p1.x - c.x)));
+    const auto a2 = float(std::atan2(double(p2.y - c.y), double(p2.x - c.x)));
+    rotateAroundPoint(c, a2 - a1);
+}
+
+void VimoCanvas::moveFrom(Point p1, Point p2) {
+    const Size s = size();
+    zoomToPoint({s.width / 2 + p1.x - p2.x, s.height / 2 + p1.y - p2.y}, 1);
 }
 
 void VimoCanvas::recordRewindBufferStroke(int n) {

@@ -55,6 +55,13 @@ public:
     // the centre of the canvas.
     void rotateAroundPoint(Point p, float angle);
     void zoomToPoint(Point p, float scale);
+    // The geometry of the view's commands (bitmap coordinates): fit a
+    // rectangle to the canvas without margin; turn about the centre by the
+    // angle from p1 to p2 as seen from the centre; pan so that the point
+    // under p1 comes under p2.
+    void zoomToBitmapRect(const Rect& r);
+    void rotateFrom(Point p1, Point p2);
+    void moveFrom(Point p1, Point p2);
 
     // After a stroke was added on top (n is the new count): a snapshot of the
     // draw bitmap when one is due, with thinning.

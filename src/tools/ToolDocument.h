@@ -3,7 +3,9 @@
 #include "raster/Color.h"
 
 #include <memory>
+#include <vector>
 
+class AffineTransform;
 class Stroke;
 class Strokes;
 class Tool;
@@ -23,6 +25,10 @@ public:
     // Appends a stroke to the drawing, paints it and registers undo.
     virtual void addStroke(std::shared_ptr<Stroke> stroke) = 0;
     virtual Strokes& strokes() = 0;
+    // Transforms strokes of the list (world coordinates) as one undoable
+    // "Move" and redraws from the lowest of them.
+    virtual void transformStrokesInArray(const std::vector<std::shared_ptr<Stroke>>& array,
+                                         const AffineTransform& t) = 0;
     // The document's view, when it has one.
     virtual ToolView* view() = 0;
     // The current tool's cursor changed.

@@ -3,6 +3,7 @@
 #include "raster/Color.h"
 #include "raster/Geometry.h"
 
+class QPainter;
 class VimoCanvas;
 
 // What a tool needs from the view it acts in. The application's document
@@ -27,4 +28,21 @@ public:
     virtual void refreshCursor() = 0;
     // Strokes must be drawn again from this index on (0: everything).
     virtual void redrawFromStroke(int index) = 0;
+
+    // Feedback drawing: while a tool's toolDrawInView runs, a painter over
+    // the composited picture in view coordinates (y down), clipped to the
+    // area being displayed; null at any other time.
+    virtual QPainter* overlayPainter() = 0;
+
+    // View commands, in view coordinates. Each changes the canvas's view
+    // transform, redraws everything and marks the document as changed (the
+    // view transform is saved with the drawing).
+    // Scales by factor and brings the world point under p to the centre.
+    virtual void zoomToPoint(Point p, float factor) = 0;
+    // Fits a rectangle to the view without margin.
+    virtual void zoomToBitmapRect(const Rect& r) = 0;
+    // Turns the view about its centre by the angle from p1 to p2.
+    virtual void rotateFrom(Point p1, Point p2) = 0;
+    // Pans so that the point under p1 comes under p2.
+    virtual void moveFrom(Point p1, Point p2) = 0;
 };

@@ -9,7 +9,7 @@
 #include "model/PenPoints.h"
 #include "model/Stroke.h"
 #include "model/Strokes.h"
-#include "model/VimoDocument.h"
+#include "model/DocumentFile.h"
 
 #include <QImage>
 #include <QPainter>
@@ -68,7 +68,7 @@ inline std::shared_ptr<Stroke> badStroke() {
 constexpr Size kViewSize{160, 120};
 
 // Fills a new document with the sample drawing.
-inline void fill(VimoDocument& doc) {
+inline void fill(DocumentFile& doc) {
     doc.setViewSize(kViewSize);
     doc.setBackgroundColor(Color::calibrated(1.0f, 0.95f, 0.8f));
     doc.setWindowFrameString("{{120, 80}, {160, 120}}");

@@ -34,14 +34,14 @@ void writeSample(const char* name, const QByteArray& data) {
     ASSERT_EQ(f.write(data), data.size());
 }
 
-VimoDocument::Result load(VimoDocument& doc, const char* name) {
+DocumentFile::Result load(DocumentFile& doc, const char* name) {
     const QByteArray data = readSample(name);
-    return doc.loadDataRepresentation(data, VimoDocument::typeForFile(QLatin1String(name), data));
+    return doc.loadDataRepresentation(data, DocumentFile::typeForFile(QLatin1String(name), data));
 }
 
 // The top-level keys of a document written by hand, with the strokes as a
 // bare array as files of an earlier format hold them.
-QByteArray bareArrayArchive(const VimoDocument& doc, const Strokes::StrokeArray& strokes) {
+QByteArray bareArrayArchive(const DocumentFile& doc, const Strokes::StrokeArray& strokes) {
     KeyedArchiver archiver;
     archiver.encodeColor(doc.backgroundColor(), "background_color");
     std::vector<const Codable*> objects;
@@ -79,20 +79,20 @@ TEST(SampleFiles, DISABLED_Regenerate) {
     // Saved once and reopened first, as a drawing saved after it was opened:
     // its pen samples are then at the file's precision, so that repainting
     // it gives exactly the picture saved with it.
-    VimoDocument original;
+    DocumentFile original;
     sample::fill(original);
-    VimoDocument doc;
+    DocumentFile doc;
     ASSERT_TRUE(doc.loadDataRepresentation(original.dataRepresentationOfType("Vimo Document"),
-                                           VimoDocument::kDocumentType));
-    writeSample("drawing.vimo", doc.dataRepresentationOfType(VimoDocument::kDocumentType));
-    writeSample("template.vimotemplate", doc.dataRepresentationOfType(VimoDocument::kTemplateType));
+                                           DocumentFile::kDocumentType));
+    writeSample("drawing.vimo", doc.dataRepresentationOfType(DocumentFile::kDocumentType));
+    writeSample("template.vimotemplate", doc.dataRepresentationOfType(DocumentFile::kTemplateType));
 
     QSettings settings(QDir::temp().filePath("vimo-samples.ini"), QSettings::IniFormat);
-    settings.setValue(VimoDocument::kSaveBitmapDefault, false);
-    VimoDocument plain(&settings);
+    settings.setValue(DocumentFile::kSaveBitmapDefault, false);
+    DocumentFile plain(&settings);
     ASSERT_TRUE(plain.loadDataRepresentation(original.dataRepresentationOfType("Vimo Document"),
-                                             VimoDocument::kDocumentType));
-    const QByteArray withoutPng = plain.dataRepresentationOfType(VimoDocument::kDocumentType);
+                                             DocumentFile::kDocumentType));
+    const QByteArray withoutPng = plain.dataRepresentationOfType(DocumentFile::kDocumentType);
     writeSample("drawing-nopng.vimo", withoutPng);
     writeSample("old-uncompressed.vimo", VimoFileData::archiveFromFileData(withoutPng).archive());
 
@@ -100,11 +100,11 @@ TEST(SampleFiles, DISABLED_Regenerate) {
                                           sample::penStroke(40, 6, Color::green(), 0, 1)};
     writeSample("bare-array.vimo",
                 VimoFileData::fileDataFromArchive(bareArrayArchive(plain, withBad)));
-    VimoDocument bad(&settings);
+    DocumentFile bad(&settings);
     sample::fill(bad);
     bad.strokes().clear();
     for (const auto& s : withBad) bad.strokes().addStroke(s);
-    writeSample("bad-stroke.vimo", bad.dataRepresentationOfType(VimoDocument::kDocumentType));
+    writeSample("bad-stroke.vimo", bad.dataRepresentationOfType(DocumentFile::kDocumentType));
 
     const QImage picture = sample::picture(60, 40);
     for (const char* name : kPictures) {
@@ -116,16 +116,16 @@ TEST(SampleFiles, DISABLED_Regenerate) {
 }
 
 TEST(SampleFiles, EachFormOpensWithItsContent) {
-    VimoDocument expected;
+    DocumentFile expected;
     sample::fill(expected);
-    VimoDocument saved;
+    DocumentFile saved;
     ASSERT_TRUE(load(saved, "drawing.vimo"));
     const QImage reference =
         saved.previewImage().convertToFormat(QImage::Format_RGBA8888_Premultiplied);
     for (const char* name :
          {"drawing.vimo", "drawing-nopng.vimo", "old-uncompressed.vimo", "template.vimotemplate"}) {
         SCOPED_TRACE(name);
-        VimoDocument doc;
+        DocumentFile doc;
         const auto result = load(doc, name);
         ASSERT_TRUE(result) << result.reason();
         ASSERT_EQ(doc.strokes().count(), expected.strokes().count());
@@ -148,13 +148,13 @@ TEST(SampleFiles, EachFormOpensWithItsContent) {
 TEST(SampleFiles, BadStrokesAreDroppedFromAListButKeptFromABareArray) {
     LogCapture capture;
     LogCapture::lines().clear();
-    VimoDocument list;
+    DocumentFile list;
     ASSERT_TRUE(load(list, "bad-stroke.vimo"));
     EXPECT_EQ(list.strokes().count(), 2);
     EXPECT_EQ(LogCapture::lines(), QStringList{"Bad stroke found in save file -- ignoring."});
 
     LogCapture::lines().clear();
-    VimoDocument bare;
+    DocumentFile bare;
     ASSERT_TRUE(load(bare, "bare-array.vimo"));
     ASSERT_EQ(bare.strokes().count(), 3);
     EXPECT_TRUE(bare.strokes().strokeAtIndex(1)->bad());
@@ -172,7 +172,7 @@ TEST(SampleFiles, PicturesOpenAsOneImageStroke) {
             std::printf("no reader for %s here; skipped\n", name);
             continue;
         }
-        VimoDocument doc;
+        DocumentFile doc;
         doc.setViewSize({200, 100});
         ASSERT_TRUE(load(doc, name));
         EXPECT_TRUE(doc.resetFilename());
@@ -193,7 +193,7 @@ TEST(SampleFiles, TruncationAtEveryOffsetIsRefused) {
         ASSERT_FALSE(data.isEmpty());
         const bool compressed = data.endsWith("VIMO0100ZLIB");
         for (qsizetype n = 0; n < data.size(); ++n) {
-            VimoDocument doc;
+            DocumentFile doc;
             const auto result = doc.loadDataRepresentation(data.left(n), "Vimo Document");
             ASSERT_FALSE(result) << "prefix " << n;
             ASSERT_FALSE(result.reason().empty());
@@ -225,7 +225,7 @@ TEST(SampleFiles, RandomCorruptionNeverCrashes) {
                     char(random() % 3 == 0 ? random() : damaged[at] ^ (1 << (random() % 8)));
             }
             if (inner) damaged = VimoFileData::fileDataFromArchive(damaged);
-            VimoDocument doc;
+            DocumentFile doc;
             if (doc.loadDataRepresentation(damaged, "Vimo Document")) {
                 ++opened;
                 doc.imageWithSize(80, 60, true);

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "model/AffineTransform.h"
 #include "model/Stroke.h"
 #include "model/Strokes.h"
 #include "model/VimoCanvas.h"
 #include "raster/Bitmap.h"
 #include "tools/ToolDocument.h"
 #include "tools/ToolView.h"
+
+#include <QPainter>
 
 #include <memory>
 #include <optional>
@@ -25,9 +28,31 @@ public:
     void setNeedsDisplay() override { redrawn.push_back(bounds()); }
     Color windowBackgroundColor() const override { return background; }
     void refreshCursor() override { cursorRefreshes++; }
-    void redrawFromStroke(int index) override { (void)index; }
+    void redrawFromStroke(int index) override { redrawFrom.push_back(index); }
+    QPainter* overlayPainter() override { return painter; }
+    // The view commands act on the canvas as the real view does; each counts
+    // as one change of the document.
+    void zoomToPoint(Point p, float factor) override {
+        _canvas->zoomToPoint(p, factor);
+        viewChanges++;
+    }
+    void zoomToBitmapRect(const Rect& r) override {
+        _canvas->zoomToBitmapRect(r);
+        viewChanges++;
+    }
+    void rotateFrom(Point p1, Point p2) override {
+        _canvas->rotateFrom(p1, p2);
+        viewChanges++;
+    }
+    void moveFrom(Point p1, Point p2) override {
+        _canvas->moveFrom(p1, p2);
+        viewChanges++;
+    }
 
     std::vector<Rect> redrawn;
+    std::vector<int> redrawFrom;
+    QPainter* painter = nullptr; // set by a test around toolDrawInView
+    int viewChanges = 0;
     Color background = Color::calibrated(0.25f, 0.5f, 0.75f);
     int cursorRefreshes = 0;
 
@@ -47,6 +72,11 @@ public:
         stroke->drawInCanvas(*_view.canvas());
     }
     Strokes& strokes() override { return _strokes; }
+    void transformStrokesInArray(const Strokes::StrokeArray& array,
+                                 const AffineTransform& t) override {
+        _strokes.transformStrokesInArray(array, t);
+        _view.redrawFromStroke(_strokes.minimumStrokeIndexInArray(array));
+    }
     ToolView* view() override { return &_view; }
     void refreshCursor() override { _view.refreshCursor(); }
 

@@ -26,6 +26,8 @@ struct FakeDocument : ToolDocument {
     void setToolColor(const Color&) override {}
     void addStroke(std::shared_ptr<Stroke>) override {}
     Strokes& strokes() override { std::abort(); }
+    void transformStrokesInArray(const std::vector<std::shared_ptr<Stroke>>&,
+                                 const AffineTransform&) override {}
     ToolView* view() override { return nullptr; }
     void refreshCursor() override {}
 };

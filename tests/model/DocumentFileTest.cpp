@@ -83,9 +83,9 @@ protected:
 } // namespace
 
 TEST_F(VimoDocumentTest, RoundTripRestoresTheDrawingAndItsView) {
-    VimoDocument doc;
+    DocumentFile doc;
     sample::fill(doc);
-    const QByteArray file = doc.dataRepresentationOfType(VimoDocument::kDocumentType);
+    const QByteArray file = doc.dataRepresentationOfType(DocumentFile::kDocumentType);
 
     // Container: big-endian archive length in front, trailer behind.
     ASSERT_TRUE(file.endsWith("VIMO0100ZLIB"));
@@ -93,8 +93,8 @@ TEST_F(VimoDocumentTest, RoundTripRestoresTheDrawingAndItsView) {
     ASSERT_TRUE(archive);
     EXPECT_EQ(qFromBigEndian<quint32>(file.constData()), quint32(archive->size()));
 
-    VimoDocument back;
-    const auto result = back.loadDataRepresentation(file, VimoDocument::kDocumentType);
+    DocumentFile back;
+    const auto result = back.loadDataRepresentation(file, DocumentFile::kDocumentType);
     ASSERT_TRUE(result) << result.reason();
     EXPECT_EQ(back.backgroundColor(), doc.backgroundColor());
     EXPECT_EQ(back.windowFrameString(), doc.windowFrameString());
@@ -114,9 +114,9 @@ TEST_F(VimoDocumentTest, RoundTripRestoresTheDrawingAndItsView) {
 }
 
 TEST_F(VimoDocumentTest, NilBackgroundAndMissingKeysReadAsNothing) {
-    VimoDocument doc;
+    DocumentFile doc;
     doc.strokes().addStroke(sample::ringStroke());
-    VimoDocument back;
+    DocumentFile back;
     ASSERT_TRUE(back.loadDataRepresentation(doc.dataRepresentationOfType("Vimo Document"),
                                             "Vimo Document"));
     EXPECT_FALSE(back.backgroundColor());
@@ -124,7 +124,7 @@ TEST_F(VimoDocumentTest, NilBackgroundAndMissingKeysReadAsNothing) {
 
     // An archive holding nothing at all opens as an empty drawing.
     KeyedArchiver empty;
-    VimoDocument bare;
+    DocumentFile bare;
     bare.setBackgroundColor(Color::red());
     ASSERT_TRUE(bare.loadDataRepresentation(
         VimoFileData::fileDataFromArchive(empty.finishEncoding()), "Vimo Document"));
@@ -137,18 +137,18 @@ TEST_F(VimoDocumentTest, NilBackgroundAndMissingKeysReadAsNothing) {
 
 TEST_F(VimoDocumentTest, SaveBitmapDefaultDecidesThePreview) {
     QSettings settings(path("settings.ini"), QSettings::IniFormat);
-    VimoDocument doc(&settings);
+    DocumentFile doc(&settings);
     sample::fill(doc);
 
     // Absent: stored as on, and the picture is written.
     QByteArray file = doc.dataRepresentationOfType("Vimo Document");
-    EXPECT_TRUE(settings.value(VimoDocument::kSaveBitmapDefault).toBool());
+    EXPECT_TRUE(settings.value(DocumentFile::kSaveBitmapDefault).toBool());
     EXPECT_TRUE(unarchiverFor(file).containsValueForKey("png"));
 
-    settings.setValue(VimoDocument::kSaveBitmapDefault, false);
+    settings.setValue(DocumentFile::kSaveBitmapDefault, false);
     file = doc.dataRepresentationOfType("Vimo Document");
     EXPECT_FALSE(unarchiverFor(file).containsValueForKey("png"));
-    VimoDocument back;
+    DocumentFile back;
     back.setViewSize({300, 200});
     ASSERT_TRUE(back.loadDataRepresentation(file, "Vimo Document"));
     EXPECT_TRUE(back.previewImage().isNull());
@@ -156,7 +156,7 @@ TEST_F(VimoDocumentTest, SaveBitmapDefaultDecidesThePreview) {
     EXPECT_EQ(back.viewSize(), (Size{160, 120}));
 
     // The view can supply the picture it shows.
-    settings.setValue(VimoDocument::kSaveBitmapDefault, true);
+    settings.setValue(DocumentFile::kSaveBitmapDefault, true);
     QImage shown(7, 5, QImage::Format_RGBA8888);
     shown.fill(Qt::green);
     doc.setPreviewSource([&] { return shown; });
@@ -166,11 +166,11 @@ TEST_F(VimoDocumentTest, SaveBitmapDefaultDecidesThePreview) {
 }
 
 TEST_F(VimoDocumentTest, TemplatesAndPicturesOpenUntitled) {
-    VimoDocument doc;
+    DocumentFile doc;
     sample::fill(doc);
-    VimoDocument fromTemplate;
+    DocumentFile fromTemplate;
     ASSERT_TRUE(fromTemplate.loadDataRepresentation(doc.dataRepresentationOfType("Vimo Template"),
-                                                    VimoDocument::kTemplateType));
+                                                    DocumentFile::kTemplateType));
     EXPECT_TRUE(fromTemplate.resetFilename());
     EXPECT_EQ(fromTemplate.strokes().count(), doc.strokes().count());
 
@@ -179,13 +179,13 @@ TEST_F(VimoDocumentTest, TemplatesAndPicturesOpenUntitled) {
     QBuffer buffer(&png);
     buffer.open(QIODevice::WriteOnly);
     sample::picture(40, 20).save(&buffer, "PNG");
-    VimoDocument fromPicture;
+    DocumentFile fromPicture;
     fromPicture.setViewSize({200, 100});
     AffineTransform zoom;
     zoom.scaleBy(2);
     fromPicture.setViewTransform(zoom);
     ASSERT_TRUE(
-        fromPicture.loadDataRepresentation(png, VimoDocument::typeForFile("picture.png", png)));
+        fromPicture.loadDataRepresentation(png, DocumentFile::typeForFile("picture.png", png)));
     EXPECT_TRUE(fromPicture.resetFilename());
     EXPECT_EQ(fromPicture.strokes().count(), 0);
     fromPicture.placeLoadedImage();
@@ -198,7 +198,7 @@ TEST_F(VimoDocumentTest, TemplatesAndPicturesOpenUntitled) {
 }
 
 TEST_F(VimoDocumentTest, LargePicturesAreFittedWithAMargin) {
-    VimoDocument doc;
+    DocumentFile doc;
     doc.setViewSize({200, 100});
     doc.addImage(sample::picture(400, 100), {100, 50});
     // Width first: 400 → 180 (height 45); then the height fits already.
@@ -209,7 +209,7 @@ TEST_F(VimoDocumentTest, LargePicturesAreFittedWithAMargin) {
 }
 
 TEST_F(VimoDocumentTest, BadContentGivesAReasonAndChangesNothing) {
-    VimoDocument doc;
+    DocumentFile doc;
     sample::fill(doc);
     const QByteArray good = doc.dataRepresentationOfType("Vimo Document");
 
@@ -234,7 +234,7 @@ TEST_F(VimoDocumentTest, BadContentGivesAReasonAndChangesNothing) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        VimoDocument target;
+        DocumentFile target;
         sample::fill(target);
         const auto result = target.loadDataRepresentation(c.data, "Vimo Document");
         ASSERT_FALSE(result);
@@ -243,39 +243,39 @@ TEST_F(VimoDocumentTest, BadContentGivesAReasonAndChangesNothing) {
         EXPECT_EQ(target.backgroundColor(), doc.backgroundColor());
     }
 
-    VimoDocument picture;
+    DocumentFile picture;
     EXPECT_FALSE(picture.loadDataRepresentation(QByteArray("\x89PNG\r\n\x1a\n broken", 16), "png"));
     EXPECT_FALSE(picture.loadedImage());
 }
 
 TEST_F(VimoDocumentTest, TypesComeFromTheNameThenTheContent) {
-    VimoDocument doc;
+    DocumentFile doc;
     const QByteArray vimo = doc.dataRepresentationOfType("Vimo Document");
-    EXPECT_EQ(VimoDocument::typeForFile("a.vimo", QByteArray()), "Vimo Document");
-    EXPECT_EQ(VimoDocument::typeForFile("a.VimoTemplate", QByteArray()), "Vimo Template");
-    EXPECT_EQ(VimoDocument::typeForFile("noname", vimo), "Vimo Document");
-    EXPECT_EQ(VimoDocument::typeForFile("noname", QByteArray("junk")), "");
+    EXPECT_EQ(DocumentFile::typeForFile("a.vimo", QByteArray()), "Vimo Document");
+    EXPECT_EQ(DocumentFile::typeForFile("a.VimoTemplate", QByteArray()), "Vimo Template");
+    EXPECT_EQ(DocumentFile::typeForFile("noname", vimo), "Vimo Document");
+    EXPECT_EQ(DocumentFile::typeForFile("noname", QByteArray("junk")), "");
     QByteArray jpeg;
     QBuffer buffer(&jpeg);
     buffer.open(QIODevice::WriteOnly);
     sample::picture(8, 8).save(&buffer, "JPEG");
-    EXPECT_EQ(VimoDocument::typeForFile("photo.png", jpeg), "jpeg");
+    EXPECT_EQ(DocumentFile::typeForFile("photo.png", jpeg), "jpeg");
 }
 
 TEST_F(VimoDocumentTest, WindowFramesParseInBothForms) {
-    EXPECT_EQ(VimoDocument::rectFromFrameString("{{10, -20.5}, {300, 200}}"),
+    EXPECT_EQ(DocumentFile::rectFromFrameString("{{10, -20.5}, {300, 200}}"),
               (Rect{10, -20.5f, 300, 200}));
-    EXPECT_EQ(VimoDocument::rectFromFrameString("10 20 300 200 0 0 1920 1080"),
+    EXPECT_EQ(DocumentFile::rectFromFrameString("10 20 300 200 0 0 1920 1080"),
               (Rect{10, 20, 300, 200}));
-    EXPECT_EQ(VimoDocument::rectFromFrameString(VimoDocument::frameStringFromRect({1, 2, 3, 4})),
+    EXPECT_EQ(DocumentFile::rectFromFrameString(DocumentFile::frameStringFromRect({1, 2, 3, 4})),
               (Rect{1, 2, 3, 4}));
-    EXPECT_FALSE(VimoDocument::rectFromFrameString("{{10, 20}, {300}}"));
-    EXPECT_FALSE(VimoDocument::rectFromFrameString(std::string(100000, '7')));
+    EXPECT_FALSE(DocumentFile::rectFromFrameString("{{10, 20}, {300}}"));
+    EXPECT_FALSE(DocumentFile::rectFromFrameString(std::string(100000, '7')));
 }
 
 TEST_F(VimoDocumentTest, SavingKeepsThePreviousVersion) {
     const QString target = path("drawing.vimo");
-    VimoDocument doc;
+    DocumentFile doc;
     sample::fill(doc);
     ASSERT_TRUE(doc.writeToFile(target, "Vimo Document"));
     const QByteArray first = readAll(target);
@@ -284,7 +284,7 @@ TEST_F(VimoDocumentTest, SavingKeepsThePreviousVersion) {
     doc.strokes().removeLastStroke();
     ASSERT_TRUE(doc.writeToFile(target, "Vimo Document"));
     EXPECT_EQ(readAll(target + "~"), first);
-    VimoDocument back;
+    DocumentFile back;
     ASSERT_TRUE(back.readFromFile(target));
     EXPECT_EQ(back.strokes().count(), doc.strokes().count());
     // Nothing but the file and its backup is left behind.
@@ -305,7 +305,7 @@ TEST_F(VimoDocumentTest, AFailedSaveLeavesTheOldFile) {
     const QString target = path("drawing.vimo");
     const QByteArray old("the old version");
     ASSERT_TRUE(writeAll(target, old));
-    VimoDocument doc;
+    DocumentFile doc;
     sample::fill(doc);
     for (int i = 0; i < 40; ++i)
         doc.strokes().addStroke(sample::penStroke(float(i), 5, Color::blue(), 0, 1, 400));

@@ -1,4 +1,4 @@
-#include "model/VimoDocument.h"
+#include "model/DocumentFile.h"
 
 #include "model/ArchiveError.h"
 #include "model/BezierPath.h"
@@ -36,12 +36,12 @@ std::optional<QImage> readImage(const QByteArray& data, std::string* reason) {
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);
     const QSize size = reader.size();
-    if (size.isValid() && qint64(size.width()) * size.height() > VimoDocument::kMaxImagePixels) {
+    if (size.isValid() && qint64(size.width()) * size.height() > DocumentFile::kMaxImagePixels) {
         if (reason) *reason = "the picture is too large";
         return std::nullopt;
     }
     QImage image = reader.read();
-    if (image.isNull() || qint64(image.width()) * image.height() > VimoDocument::kMaxImagePixels) {
+    if (image.isNull() || qint64(image.width()) * image.height() > DocumentFile::kMaxImagePixels) {
         if (reason) *reason = "not a Vimo file or a picture that can be read";
         return std::nullopt;
     }
@@ -58,21 +58,21 @@ std::string quoted(const QString& path) {
 
 } // namespace
 
-VimoDocument::VimoDocument(QSettings* settings)
+DocumentFile::DocumentFile(QSettings* settings)
     : _settings(settings), _strokes(std::make_shared<Strokes>()) {}
 
-VimoDocument::~VimoDocument() = default;
+DocumentFile::~DocumentFile() = default;
 
-AffineMatrix VimoDocument::viewMatrix() const {
+AffineMatrix DocumentFile::viewMatrix() const {
     return _view_transform ? _view_transform->transformStruct() : AffineMatrix::identity();
 }
 
-QImage VimoDocument::imageWithSize(int width, int height, bool transparent) {
+QImage DocumentFile::imageWithSize(int width, int height, bool transparent) {
     return DocumentRenderer(*_strokes, _view_size, viewMatrix())
         .imageWithSize(width, height, transparent, _background_color);
 }
 
-bool VimoDocument::saveBitmapInFile() {
+bool DocumentFile::saveBitmapInFile() {
     if (!_settings) return true;
     if (!_settings->contains(kSaveBitmapDefault)) _settings->setValue(kSaveBitmapDefault, true);
     return _settings->value(kSaveBitmapDefault, true).toBool();
@@ -80,11 +80,11 @@ bool VimoDocument::saveBitmapInFile() {
 
 // Types.
 
-bool VimoDocument::isVimoType(const QString& type) {
+bool DocumentFile::isVimoType(const QString& type) {
     return type == QLatin1String(kDocumentType) || type == QLatin1String(kTemplateType);
 }
 
-QString VimoDocument::typeForFile(const QString& path, const QByteArray& content) {
+QString DocumentFile::typeForFile(const QString& path, const QByteArray& content) {
     const QString suffix = QFileInfo(path).suffix().toLower();
     if (suffix == QLatin1String(kDocumentExtension)) return kDocumentType;
     if (suffix == QLatin1String(kTemplateExtension)) return kTemplateType;
@@ -100,7 +100,7 @@ QString VimoDocument::typeForFile(const QString& path, const QByteArray& content
 
 // Writing.
 
-QByteArray VimoDocument::dataRepresentationOfType(const QString& /*type*/) {
+QByteArray DocumentFile::dataRepresentationOfType(const QString& /*type*/) {
     KeyedArchiver archiver;
     archiver.encodeColor(_background_color, "background_color");
     archiver.encodeObject(_strokes.get(), "strokes");
@@ -122,7 +122,7 @@ QByteArray VimoDocument::dataRepresentationOfType(const QString& /*type*/) {
     return VimoFileData::fileDataFromArchive(archiver.finishEncoding());
 }
 
-VimoDocument::Result VimoDocument::writeToFile(const QString& path, const QString& type) {
+DocumentFile::Result DocumentFile::writeToFile(const QString& path, const QString& type) {
     QByteArray data;
     try {
         data = dataRepresentationOfType(type);
@@ -175,7 +175,7 @@ VimoDocument::Result VimoDocument::writeToFile(const QString& path, const QStrin
 
 // Reading.
 
-VimoDocument::Result VimoDocument::readFromFile(const QString& path, const QString& type) {
+DocumentFile::Result DocumentFile::readFromFile(const QString& path, const QString& type) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return Result::failure("could not open " + quoted(path) + ": " +
@@ -190,7 +190,7 @@ VimoDocument::Result VimoDocument::readFromFile(const QString& path, const QStri
     return loadDataRepresentation(content, type.isEmpty() ? typeForFile(path, content) : type);
 }
 
-VimoDocument::Result VimoDocument::loadDataRepresentation(const QByteArray& data,
+DocumentFile::Result DocumentFile::loadDataRepresentation(const QByteArray& data,
                                                           const QString& type) {
     if (!isVimoType(type)) {
         // Any other type is a plain picture: a new untitled drawing.
@@ -253,12 +253,13 @@ VimoDocument::Result VimoDocument::loadDataRepresentation(const QByteArray& data
         _view_size = {float(_preview_image.width()), float(_preview_image.height())};
     else if (auto frame = rectFromFrameString(_window_frame_string); frame && !frame->isEmpty())
         _view_size = frame->size();
+    strokesReplaced();
     return Result::success();
 }
 
 // Images.
 
-std::shared_ptr<Stroke> VimoDocument::addImage(const QImage& image, Point c, float opacity) {
+std::shared_ptr<Stroke> DocumentFile::addImage(const QImage& image, Point c, float opacity) {
     float w = float(image.width()), h = float(image.height());
     const float viewW = _view_size.width, viewH = _view_size.height;
     // Fitted into the view with a margin of 10 on each side, aspect kept.
@@ -290,7 +291,7 @@ std::shared_ptr<Stroke> VimoDocument::addImage(const QImage& image, Point c, flo
     return stroke;
 }
 
-void VimoDocument::placeLoadedImage() {
+void DocumentFile::placeLoadedImage() {
     if (!_loaded_image) return;
     addImage(*_loaded_image, {_view_size.width / 2, _view_size.height / 2});
     _loaded_image.reset();
@@ -298,7 +299,7 @@ void VimoDocument::placeLoadedImage() {
 
 // Window frames.
 
-std::optional<Rect> VimoDocument::rectFromFrameString(const std::string& s) {
+std::optional<Rect> DocumentFile::rectFromFrameString(const std::string& s) {
     // A frame string is short; anything long is not one.
     if (s.size() > 512) return std::nullopt;
     float v[4];
@@ -319,7 +320,7 @@ std::optional<Rect> VimoDocument::rectFromFrameString(const std::string& s) {
     return Rect{v[0], v[1], v[2], v[3]};
 }
 
-std::string VimoDocument::frameStringFromRect(const Rect& r) {
+std::string DocumentFile::frameStringFromRect(const Rect& r) {
     char text[160];
     std::snprintf(text, sizeof text, "{{%g, %g}, {%g, %g}}", double(r.x), double(r.y),
                   double(r.width), double(r.height));

@@ -28,7 +28,7 @@ class Strokes;
 // The window and view take what was read (windowFrameString, viewTransform,
 // previewImage, loadedImage) once they exist; until then the document keeps
 // it, and a headless user (vimo-render) reads it directly.
-class VimoDocument {
+class DocumentFile {
 public:
     // The outcome of opening or saving: success, or a reason for a person.
     class Result {
@@ -59,10 +59,10 @@ public:
 
     // settings holds the user defaults; without it the defaults apply and
     // nothing is stored (tests, vimo-render).
-    explicit VimoDocument(QSettings* settings = nullptr);
-    ~VimoDocument();
-    VimoDocument(const VimoDocument&) = delete;
-    VimoDocument& operator=(const VimoDocument&) = delete;
+    explicit DocumentFile(QSettings* settings = nullptr);
+    virtual ~DocumentFile();
+    DocumentFile(const DocumentFile&) = delete;
+    DocumentFile& operator=(const DocumentFile&) = delete;
 
     // Saved state.
     const std::optional<Color>& backgroundColor() const { return _background_color; }
@@ -127,6 +127,10 @@ public:
     // plain "x y w h ..." form; none when it holds no four numbers.
     static std::optional<Rect> rectFromFrameString(const std::string& s);
     static std::string frameStringFromRect(const Rect& r);
+
+protected:
+    // A file was read and its strokes replaced the list (a new Strokes).
+    virtual void strokesReplaced() {}
 
 private:
     bool saveBitmapInFile();
