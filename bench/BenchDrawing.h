@@ -58,4 +58,3 @@ inline std::vector<std::shared_ptr<Stroke>> benchDrawing(int count, unsigned see
         if (auto s = benchPenStroke(rng, kCanvas)) strokes.push_back(std::move(s));
     return strokes;
 }
-

@@ -6,8 +6,7 @@
 
 void DialogScriptAlerts::scriptError(const std::string& title, const std::string& message) {
     QMessageBox box(QMessageBox::Warning, QString::fromStdString(title),
-                    QString::fromStdString(message), QMessageBox::Ok,
-                    QApplication::activeWindow());
+                    QString::fromStdString(message), QMessageBox::Ok, QApplication::activeWindow());
     box.exec();
 }
 

@@ -77,8 +77,8 @@ bool DocumentWindow::isPristine() const {
 }
 
 void DocumentWindow::updateTitle() {
-    const QString name = isUntitled() ? tr("Untitled %1").arg(_untitled_number)
-                                      : QFileInfo(_path).fileName();
+    const QString name =
+        isUntitled() ? tr("Untitled %1").arg(_untitled_number) : QFileInfo(_path).fileName();
     setWindowTitle(name + QStringLiteral("[*] \u2014 Vimo"));
     setWindowModified(_document->isDocumentEdited());
     if (!isUntitled()) setWindowFilePath(_path);
@@ -91,9 +91,9 @@ void DocumentWindow::showDocumentState() {
         frame && frame->width >= 100 && frame->height >= 100)
         resize(int(frame->width), int(frame->height));
     _document->setViewSize({float(_view->width()), float(_view->height())});
-    if (const auto& t = _document->viewTransform()) _view->canvas()->setTransform(t->transformStruct());
-    if (!_document->previewImage().isNull() &&
-        _document->previewImage().size() == _view->size()) {
+    if (const auto& t = _document->viewTransform())
+        _view->canvas()->setTransform(t->transformStruct());
+    if (!_document->previewImage().isNull() && _document->previewImage().size() == _view->size()) {
         _view->loadImage(_document->previewImage());
     } else {
         _view->redraw();
@@ -153,8 +153,8 @@ bool DocumentWindow::save() {
 }
 
 bool DocumentWindow::saveAs() {
-    QString path = QFileDialog::getSaveFileName(
-        this, tr("Save"), isUntitled() ? QString() : _path, tr(kFileFilter));
+    QString path = QFileDialog::getSaveFileName(this, tr("Save"), isUntitled() ? QString() : _path,
+                                                tr(kFileFilter));
     if (path.isEmpty()) return false;
     if (QFileInfo(path).suffix().isEmpty()) path += QStringLiteral(".vimo");
     return saveTo(path);

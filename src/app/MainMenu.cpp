@@ -2,8 +2,8 @@
 
 #include "app/DocumentWindow.h"
 #include "app/VimoApplication.h"
-#include "model/UndoManager.h"
 #include "fill/FillTool.h"
+#include "model/UndoManager.h"
 #include "pens/Pen.h"
 #include "tools/ArrowTool.h"
 #include "tools/MoveTool.h"
@@ -97,15 +97,21 @@ void MainMenu::buildEdit() {
     add(m, tr("C&lear"), QKeySequence(), [&d] { d.clear(); });
     add(m, tr("Select &All"), QKeySequence::SelectAll, [&d] { d.selectAll(); });
     m->addSeparator();
-    add(m, tr("D&uplicate"), QKeySequence(tr("Ctrl+D")), [&d] { d.duplicate(); }, "duplicate");
-    add(m, tr("&Merge"), QKeySequence(tr("Ctrl+M")), [&d] { d.mergeStrokes(); }, "mergeStrokes");
-    add(m, tr("Bring &Forward"), QKeySequence(tr("Ctrl+]")), [&d] { d.bringForward(); },
+    add(
+        m, tr("D&uplicate"), QKeySequence(tr("Ctrl+D")), [&d] { d.duplicate(); }, "duplicate");
+    add(
+        m, tr("&Merge"), QKeySequence(tr("Ctrl+M")), [&d] { d.mergeStrokes(); }, "mergeStrokes");
+    add(
+        m, tr("Bring &Forward"), QKeySequence(tr("Ctrl+]")), [&d] { d.bringForward(); },
         "bringForward");
-    add(m, tr("Bring to Fr&ont"), QKeySequence(tr("Ctrl+Shift+]")), [&d] { d.bringToFront(); },
+    add(
+        m, tr("Bring to Fr&ont"), QKeySequence(tr("Ctrl+Shift+]")), [&d] { d.bringToFront(); },
         "bringToFront");
-    add(m, tr("Send &Backward"), QKeySequence(tr("Ctrl+[")), [&d] { d.sendBackward(); },
+    add(
+        m, tr("Send &Backward"), QKeySequence(tr("Ctrl+[")), [&d] { d.sendBackward(); },
         "sendBackward");
-    add(m, tr("Send to Bac&k"), QKeySequence(tr("Ctrl+Shift+[")), [&d] { d.sendToBack(); },
+    add(
+        m, tr("Send to Bac&k"), QKeySequence(tr("Ctrl+Shift+[")), [&d] { d.sendToBack(); },
         "sendToBack");
     m->addSeparator();
     QMenu* bitmap = m->addMenu(tr("Copy &Bitmap"));
@@ -169,8 +175,8 @@ void MainMenu::buildTools() {
         const char* key;
         void (VimoDocument::*select)();
     } tools[6] = {
-        {"&Pen", "P", &VimoDocument::penTool},     {"&Arrow", "V", &VimoDocument::arrowTool},
-        {"&Fill", "F", &VimoDocument::fillTool},   {"&Zoom", "Z", &VimoDocument::zoomTool},
+        {"&Pen", "P", &VimoDocument::penTool},       {"&Arrow", "V", &VimoDocument::arrowTool},
+        {"&Fill", "F", &VimoDocument::fillTool},     {"&Zoom", "Z", &VimoDocument::zoomTool},
         {"&Rotate", "R", &VimoDocument::rotateTool}, {"&Move", "H", &VimoDocument::moveTool},
     };
     for (int i = 0; i < 6; ++i) {

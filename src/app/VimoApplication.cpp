@@ -19,7 +19,8 @@ constexpr int kMaxRecentFiles = 10;
 QList<DocumentWindow*> documentWindows() {
     QList<DocumentWindow*> windows;
     for (QWidget* w : QApplication::topLevelWidgets())
-        if (auto* d = qobject_cast<DocumentWindow*>(w); d && !d->testAttribute(Qt::WA_WState_Hidden))
+        if (auto* d = qobject_cast<DocumentWindow*>(w);
+            d && !d->testAttribute(Qt::WA_WState_Hidden))
             windows.append(d);
     return windows;
 }
@@ -61,7 +62,9 @@ DocumentWindow* VimoApplication::newDocument() {
     return window;
 }
 
-bool VimoApplication::hasDocumentWindows() const { return !documentWindows().isEmpty(); }
+bool VimoApplication::hasDocumentWindows() const {
+    return !documentWindows().isEmpty();
+}
 
 DocumentWindow* VimoApplication::pristineWindow() const {
     for (DocumentWindow* w : documentWindows())
@@ -83,9 +86,9 @@ DocumentWindow* VimoApplication::openFile(const QString& path) {
     DocumentWindow* window = reused ? reused : createWindow();
     QString reason;
     if (!window->openFile(path, &reason)) {
-        QMessageBox::critical(reused, tr("The file could not be opened"),
-                              tr("\u201c%1\u201d could not be opened: %2.")
-                                  .arg(QFileInfo(path).fileName(), reason));
+        QMessageBox::critical(
+            reused, tr("The file could not be opened"),
+            tr("\u201c%1\u201d could not be opened: %2.").arg(QFileInfo(path).fileName(), reason));
         if (!reused) delete window;
         return nullptr;
     }
@@ -139,10 +142,18 @@ bool VimoApplication::event(QEvent* event) {
         const auto* tablet = static_cast<QTabletEvent*>(event);
         int type = 0;
         switch (tablet->pointerType()) {
-        case QPointingDevice::PointerType::Pen: type = 1; break;
-        case QPointingDevice::PointerType::Cursor: type = 2; break;
-        case QPointingDevice::PointerType::Eraser: type = 3; break;
-        default: type = 0; break;
+        case QPointingDevice::PointerType::Pen:
+            type = 1;
+            break;
+        case QPointingDevice::PointerType::Cursor:
+            type = 2;
+            break;
+        case QPointingDevice::PointerType::Eraser:
+            type = 3;
+            break;
+        default:
+            type = 0;
+            break;
         }
         emit proximity(proximityInfo(event->type() == QEvent::TabletEnterProximity, type,
                                      tablet->pointingDevice()

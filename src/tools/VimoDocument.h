@@ -204,6 +204,10 @@ protected:
 
 private:
     void connectStrokes();
+    bool arrowCurrent() const;
+    void reorder(void (Strokes::*command)(const Strokes::StrokeArray&), bool toBack);
+    AffineMatrix currentViewMatrix() const;
+    Point viewCentre() const;
     void redrawFromStroke(int index);
     void setNeedsDisplay();
     Strokes::StrokeArray editTargets() const;

@@ -31,7 +31,9 @@ namespace {
 constexpr const char* kNewWindowFrameDefault = "New window frame";
 constexpr int kLiveResizeEndMs = 200;
 
-Point pointOf(const QPointF& p) { return {float(p.x()), float(p.y())}; }
+Point pointOf(const QPointF& p) {
+    return {float(p.x()), float(p.y())};
+}
 
 ToolEvent toolEvent(const QSinglePointEvent& e) {
     ToolEvent t;
@@ -72,16 +74,22 @@ VimoView::~VimoView() {
 
 // ---- geometry ------------------------------------------------------------------
 
-float VimoView::scale() const { return _canvas->transform().scaleFactor(); }
+float VimoView::scale() const {
+    return _canvas->transform().scaleFactor();
+}
 
-Rect VimoView::bounds() const { return {0, 0, float(width()), float(height())}; }
+Rect VimoView::bounds() const {
+    return {0, 0, float(width()), float(height())};
+}
 
 Point VimoView::centre() const {
     const Size s = _canvas->size();
     return {s.width / 2, s.height / 2};
 }
 
-AffineMatrix VimoView::transform() const { return _canvas->transform(); }
+AffineMatrix VimoView::transform() const {
+    return _canvas->transform();
+}
 
 void VimoView::setTransform(const AffineMatrix& t) {
     _canvas->setTransform(t);
@@ -96,16 +104,24 @@ void VimoView::setNeedsDisplayInRect(const Rect& r) {
     update(QRect(x0, y0, x1 - x0, y1 - y0).intersected(rect()));
 }
 
-Color VimoView::windowBackgroundColor() const { return _document.windowBackgroundColor(); }
+Color VimoView::windowBackgroundColor() const {
+    return _document.windowBackgroundColor();
+}
 
-Tool* VimoView::currentTool() const { return _document.tool(); }
+Tool* VimoView::currentTool() const {
+    return _document.tool();
+}
 
 void VimoView::refreshCursor() {
     Tool* tool = currentTool();
     const ToolCursor c = tool ? tool->toolCursor() : ToolCursor::crosshair();
     switch (c.shape) {
-    case ToolCursor::Shape::Crosshair: setCursor(Qt::CrossCursor); break;
-    case ToolCursor::Shape::Arrow: setCursor(Qt::ArrowCursor); break;
+    case ToolCursor::Shape::Crosshair:
+        setCursor(Qt::CrossCursor);
+        break;
+    case ToolCursor::Shape::Arrow:
+        setCursor(Qt::ArrowCursor);
+        break;
     case ToolCursor::Shape::Image:
         if (c.image.isNull())
             setCursor(Qt::CrossCursor);
@@ -202,8 +218,8 @@ void VimoView::paintEvent(QPaintEvent* event) {
 
     QPainter painter(this);
     const Color bg = windowBackgroundColor();
-    const QColor background = QColor::fromRgbF(bg.redComponent(), bg.greenComponent(),
-                                               bg.blueComponent());
+    const QColor background =
+        QColor::fromRgbF(bg.redComponent(), bg.greenComponent(), bg.blueComponent());
     for (const QRect& r : event->region()) {
         painter.fillRect(r, background);
         painter.drawImage(r.topLeft(), _screen, r);
@@ -240,7 +256,9 @@ void VimoView::composeScreen(const QRect& area) {
     }
 }
 
-QImage VimoView::previewImage() { return grab().toImage(); }
+QImage VimoView::previewImage() {
+    return grab().toImage();
+}
 
 QImage VimoView::canvasImage() const {
     const Bitmap& draw = _canvas->drawBitmap();
@@ -289,10 +307,10 @@ void VimoView::viewDidEndLiveResize() {
     update();
     if (_settings && window()) {
         const QRect f = window()->geometry();
-        _settings->setValue(kNewWindowFrameDefault,
-                            QString::fromStdString(DocumentFile::frameStringFromRect(
-                                {float(f.x()), float(f.y()), float(f.width()),
-                                 float(f.height())})));
+        _settings->setValue(
+            kNewWindowFrameDefault,
+            QString::fromStdString(DocumentFile::frameStringFromRect(
+                {float(f.x()), float(f.y()), float(f.width()), float(f.height())})));
     }
 }
 
@@ -326,8 +344,12 @@ void VimoView::moveFrom(Point p1, Point p2) {
     zoomToPoint({s.width / 2 + p1.x - p2.x, s.height / 2 + p1.y - p2.y}, 1);
 }
 
-void VimoView::zoomIn() { zoomToPoint(centre(), 3.0f); }
-void VimoView::zoomOut() { zoomToPoint(centre(), 0.3f); }
+void VimoView::zoomIn() {
+    zoomToPoint(centre(), 3.0f);
+}
+void VimoView::zoomOut() {
+    zoomToPoint(centre(), 0.3f);
+}
 
 void VimoView::zoomToFit() {
     const Rect b = _document.strokes().bounds();
@@ -350,16 +372,33 @@ void VimoView::pageUp() {
     const Size s = _canvas->size();
     zoomToPoint({s.width / 2, 20 - s.height / 2}, 1);
 }
-void VimoView::moveDown() { zoomToPoint({_canvas->size().width / 2, _canvas->size().height}, 1); }
-void VimoView::moveUp() { zoomToPoint({_canvas->size().width / 2, 0}, 1); }
-void VimoView::moveLeft() { zoomToPoint({0, _canvas->size().height / 2}, 1); }
-void VimoView::moveRight() { zoomToPoint({_canvas->size().width, _canvas->size().height / 2}, 1); }
+void VimoView::moveDown() {
+    zoomToPoint({_canvas->size().width / 2, _canvas->size().height}, 1);
+}
+void VimoView::moveUp() {
+    zoomToPoint({_canvas->size().width / 2, 0}, 1);
+}
+void VimoView::moveLeft() {
+    zoomToPoint({0, _canvas->size().height / 2}, 1);
+}
+void VimoView::moveRight() {
+    zoomToPoint({_canvas->size().width, _canvas->size().height / 2}, 1);
+}
 
 // ---- pointer -------------------------------------------------------------------
 
-void VimoView::endEvent() { _document.undoManager().endEventGroup(); }
+void VimoView::endEvent() {
+    _document.undoManager().endEventGroup();
+}
 
 void VimoView::down(const ToolEvent& e) {
+    // A press in the view means the window is no longer being resized: the
+    // tool must act on a canvas of the view's size.
+    if (_live_resize) {
+        _resize_timer.stop();
+        viewDidEndLiveResize();
+        repaint();
+    }
     _tracking = currentTool();
     _dragged = false;
     if (_tracking) _tracking->toolDownEvent(e, *this, e.location);
@@ -423,7 +462,8 @@ void VimoView::tabletEvent(QTabletEvent* event) {
         _tablet_down = false;
         up(e);
         break;
-    default: break;
+    default:
+        break;
     }
     // Accepted: Qt then makes no mouse events of it.
     event->accept();
@@ -444,11 +484,16 @@ namespace {
 // always reflected in the event's modifiers yet, so it is applied here.
 Qt::KeyboardModifier modifierOfKey(int key) {
     switch (key) {
-    case Qt::Key_Shift: return Qt::ShiftModifier;
-    case Qt::Key_Alt: return Qt::AltModifier;
-    case Qt::Key_Control: return Qt::ControlModifier;
-    case Qt::Key_Meta: return Qt::MetaModifier;
-    default: return Qt::NoModifier;
+    case Qt::Key_Shift:
+        return Qt::ShiftModifier;
+    case Qt::Key_Alt:
+        return Qt::AltModifier;
+    case Qt::Key_Control:
+        return Qt::ControlModifier;
+    case Qt::Key_Meta:
+        return Qt::MetaModifier;
+    default:
+        return Qt::NoModifier;
     }
 }
 
@@ -471,7 +516,8 @@ void VimoView::keyPressEvent(QKeyEvent* event) {
             _document.moveTool();
         }
         return;
-    default: QWidget::keyPressEvent(event);
+    default:
+        QWidget::keyPressEvent(event);
     }
 }
 
@@ -489,6 +535,7 @@ void VimoView::keyReleaseEvent(QKeyEvent* event) {
             _document.setTool(tool);
         }
         return;
-    default: QWidget::keyReleaseEvent(event);
+    default:
+        QWidget::keyReleaseEvent(event);
     }
 }

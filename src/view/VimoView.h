@@ -107,7 +107,7 @@ public:
     // What the last display did, for tests and benchmarks.
     struct DisplayStats {
         int displays = 0;
-        QRect lastArea;      // bounding box of the last repainted region
+        QRect lastArea; // bounding box of the last repainted region
         int strokeRedraws = 0;
     };
     const DisplayStats& displayStats() const { return _stats; }
@@ -150,7 +150,7 @@ private:
     Tool* _tracking = nullptr;  // the tool of the gesture in progress
     bool _dragged = false;
     bool _tablet_down = false;
-    QImage _screen;              // the composited picture, widget-oriented
+    QImage _screen;               // the composited picture, widget-oriented
     QPainter* _overlay = nullptr; // valid only inside the tool's drawing
     bool _live_resize = false;
     QTimer _resize_timer;
