@@ -255,8 +255,9 @@ bool PenPoints::quadForStrokeFrom(const PenPoint& from, const PenPoint& to, Poin
     return true;
 }
 
-std::unique_ptr<BezierPath> PenPoints::makePathWithCirclesAndSegments() const {
-    if (_pen_points.empty()) return nullptr;
+template <class Oval, class Quad>
+bool PenPoints::forEachOutlinePart(Oval&& oval, Quad&& quad) const {
+    if (_pen_points.empty()) return false;
     const float worldScale = scale();
     auto circleRect = [&](const PenPoint& p) {
         const Point c = bitmapPointToWorldPoint(p.point);
@@ -266,23 +267,64 @@ std::unique_ptr<BezierPath> PenPoints::makePathWithCirclesAndSegments() const {
     // A damaged mapping or radius must not reach the tangent arithmetic.
     for (const PenPoint& p : _pen_points) {
         const Rect r = circleRect(p);
-        if (!(withinLimit(r.x) && withinLimit(r.y) && withinLimit(r.width))) return nullptr;
+        if (!(withinLimit(r.x) && withinLimit(r.y) && withinLimit(r.width))) return false;
     }
-
-    auto path = std::make_unique<BezierPath>();
-    path->appendBezierPathWithOvalInRect(circleRect(_pen_points.front()));
+    oval(circleRect(_pen_points.front()));
     for (std::size_t i = 1; i < _pen_points.size(); ++i) {
         const PenPoint& before = _pen_points[i - 1];
         const PenPoint& sample = _pen_points[i];
         const bool moved = !(sample.point.x == before.point.x && sample.point.y == before.point.y);
         Point points[4];
-        if (moved && quadForStrokeFrom(before, sample, points)) {
-            path->appendBezierPathWithPoints(points, 4);
-            path->closePath();
-        }
-        path->appendBezierPathWithOvalInRect(circleRect(sample));
+        if (moved && quadForStrokeFrom(before, sample, points)) quad(points);
+        oval(circleRect(sample));
     }
-    return path;
+    return true;
+}
+
+std::unique_ptr<BezierPath> PenPoints::makePathWithCirclesAndSegments() const {
+    auto path = std::make_unique<BezierPath>();
+    // A circle (6 elements) and a quad (5) per sample.
+    path->reserve(_pen_points.size() * 11);
+    const bool made =
+        forEachOutlinePart([&](const Rect& r) { path->appendBezierPathWithOvalInRect(r); },
+                           [&](const Point* points) {
+                               path->appendBezierPathWithPoints(points, 4);
+                               path->closePath();
+                           });
+    return made ? std::move(path) : nullptr;
+}
+
+std::optional<Rect> PenPoints::outlineBounds() const {
+    // The outline's bounds are the extreme points of its circles (each
+    // quarter of a circle lies between its end points) and of its quads,
+    // taken in double precision like the path's own bounds.
+    double x0 = INFINITY, y0 = INFINITY, x1 = -INFINITY, y1 = -INFINITY;
+    bool nan = false;
+    auto add = [&](Point p) {
+        const double x = double(p.x), y = double(p.y);
+        if (std::isnan(x) || std::isnan(y)) nan = true;
+        x0 = std::min(x0, x), y0 = std::min(y0, y);
+        x1 = std::max(x1, x), y1 = std::max(y1, y);
+    };
+    const bool made = forEachOutlinePart(
+        [&](const Rect& r) {
+            const double cx = double(r.x) + double(r.width) / 2;
+            const double cy = double(r.y) + double(r.height) / 2;
+            const double rx = double(r.width) / 2, ry = double(r.height) / 2;
+            add({float(cx + rx), float(cy)});
+            add({float(cx), float(cy + ry)});
+            add({float(cx - rx), float(cy)});
+            add({float(cx), float(cy - ry)});
+        },
+        [&](const Point* points) {
+            for (int i = 0; i < 4; ++i) add(points[i]);
+        });
+    if (!made) return std::nullopt;
+    if (nan) {
+        const float n = std::numeric_limits<float>::quiet_NaN();
+        return Rect{n, n, n, n};
+    }
+    return Rect{float(x0), float(y0), float(x1 - x0), float(y1 - y0)};
 }
 
 std::unique_ptr<BezierPath> PenPoints::makePathBasedOnTurnAngle() const {
