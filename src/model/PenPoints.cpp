@@ -228,10 +228,13 @@ void PenPoints::transformUsingAffineTransform(const AffineTransform& t) {
 }
 
 bool PenPoints::quadForStrokeFrom(const PenPoint& from, const PenPoint& to, Point points[4]) const {
-    const Point a = bitmapPointToWorldPoint(from.point);
-    const Point b = bitmapPointToWorldPoint(to.point);
-    const float ra = _radius * from.pressure / scale();
-    const float rb = _radius * to.pressure / scale();
+    const float worldScale = scale();
+    return quadBetween(bitmapPointToWorldPoint(from.point), _radius * from.pressure / worldScale,
+                       bitmapPointToWorldPoint(to.point), _radius * to.pressure / worldScale,
+                       points);
+}
+
+bool PenPoints::quadBetween(Point a, float ra, Point b, float rb, Point points[4]) {
     const float dx = b.x - a.x, dy = b.y - a.y;
     const float d = std::sqrt(dx * dx + dy * dy);
     if (d == 0) return false;
@@ -258,25 +261,33 @@ bool PenPoints::quadForStrokeFrom(const PenPoint& from, const PenPoint& to, Poin
 template <class Oval, class Quad>
 bool PenPoints::forEachOutlinePart(Oval&& oval, Quad&& quad) const {
     if (_pen_points.empty()) return false;
+    // The mapping is inverted once for all samples.
+    const AffineMatrix toWorld = _transform.inverted();
     const float worldScale = scale();
-    auto circleRect = [&](const PenPoint& p) {
-        const Point c = bitmapPointToWorldPoint(p.point);
-        const float rho = _radius * p.pressure / worldScale;
+    auto centre = [&](const PenPoint& p) { return toWorld.apply(p.point); };
+    auto radius = [&](const PenPoint& p) { return _radius * p.pressure / worldScale; };
+    auto circleRect = [](Point c, float rho) {
         return Rect{c.x - rho, c.y - rho, 2 * rho, 2 * rho};
     };
     // A damaged mapping or radius must not reach the tangent arithmetic.
     for (const PenPoint& p : _pen_points) {
-        const Rect r = circleRect(p);
+        const Rect r = circleRect(centre(p), radius(p));
         if (!(withinLimit(r.x) && withinLimit(r.y) && withinLimit(r.width))) return false;
     }
-    oval(circleRect(_pen_points.front()));
+    Point c0 = centre(_pen_points.front());
+    float r0 = radius(_pen_points.front());
+    oval(circleRect(c0, r0));
     for (std::size_t i = 1; i < _pen_points.size(); ++i) {
         const PenPoint& before = _pen_points[i - 1];
         const PenPoint& sample = _pen_points[i];
+        const Point c1 = centre(sample);
+        const float r1 = radius(sample);
         const bool moved = !(sample.point.x == before.point.x && sample.point.y == before.point.y);
         Point points[4];
-        if (moved && quadForStrokeFrom(before, sample, points)) quad(points);
-        oval(circleRect(sample));
+        if (moved && quadBetween(c0, r0, c1, r1, points)) quad(points);
+        oval(circleRect(c1, r1));
+        c0 = c1;
+        r0 = r1;
     }
     return true;
 }

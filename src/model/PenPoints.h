@@ -81,6 +81,9 @@ public:
     // tangent quad of the outline, in path order; false when the samples
     // make no outline.
     template <class Oval, class Quad> bool forEachOutlinePart(Oval&& oval, Quad&& quad) const;
+    // The tangent quad between two circles (world centres and radii); false
+    // when the centres coincide.
+    static bool quadBetween(Point a, float ra, Point b, float rb, Point points[4]);
     // Alternative outline: polygons along nearly straight runs. Not used.
     std::unique_ptr<BezierPath> makePathBasedOnTurnAngle() const;
     // Never written; stops the program if called.
