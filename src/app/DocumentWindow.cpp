@@ -212,22 +212,20 @@ QColorDialog& DocumentWindow::colorPanel() {
 }
 
 void DocumentWindow::showToolColorPanel() {
-    QColorDialog& panel = colorPanel();
-    _panel_for_background = false;
-    panel.setWindowTitle(tr("Tool Colour"));
-    panel.blockSignals(true);
-    panel.setCurrentColor(qColor(_document->toolColor()));
-    panel.blockSignals(false);
-    panel.show();
-    panel.raise();
+    showColorPanel(false, tr("Tool Colour"), _document->toolColor());
 }
 
 void DocumentWindow::showBackgroundColorPanel() {
+    showColorPanel(true, tr("Background Colour"), _document->windowBackgroundColor());
+}
+
+void DocumentWindow::showColorPanel(bool background, const QString& title, const Color& shown) {
     QColorDialog& panel = colorPanel();
-    _panel_for_background = true;
-    panel.setWindowTitle(tr("Background Colour"));
+    _panel_for_background = background;
+    panel.setWindowTitle(title);
+    // Showing a colour is not choosing one.
     panel.blockSignals(true);
-    panel.setCurrentColor(qColor(_document->windowBackgroundColor()));
+    panel.setCurrentColor(qColor(shown));
     panel.blockSignals(false);
     panel.show();
     panel.raise();

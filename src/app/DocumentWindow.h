@@ -5,6 +5,7 @@
 
 #include <memory>
 
+class Color;
 class MainMenu;
 class QColorDialog;
 class QSettings;
@@ -54,6 +55,7 @@ private:
     void prepareForSave();
     void showDocumentState();
     QColorDialog& colorPanel();
+    void showColorPanel(bool background, const QString& title, const Color& shown);
 
     QSettings* _settings; // not owned
     std::unique_ptr<VimoDocument> _document;

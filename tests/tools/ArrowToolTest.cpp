@@ -20,13 +20,6 @@ std::shared_ptr<Stroke> box(Rect r, Color c = Color::black()) {
     return Stroke::initWithBezierPath(path, c, 0, 1);
 }
 
-ToolEvent event(Point p, std::uint32_t flags = 0) {
-    ToolEvent e;
-    e.location = p;
-    e.modifierFlags = flags;
-    return e;
-}
-
 struct Rig {
     TestView view{Size{400, 300}};
     TestDocument doc{view};
@@ -41,22 +34,14 @@ struct Rig {
         undo.endEventGroup();
     }
     void drag(Point from, Point to, std::uint32_t flags = 0) {
-        arrow.toolDownEvent(event(from, flags), view, from);
-        if (from != to) arrow.toolMoveEvent(event(to, flags), to);
-        arrow.toolUpEvent(event(to, flags));
+        arrow.toolDownEvent(toolEventAt(from, flags), view, from);
+        if (from != to) arrow.toolMoveEvent(toolEventAt(to, flags), to);
+        arrow.toolUpEvent(toolEventAt(to, flags));
         undo.endEventGroup();
     }
     void click(Point p, std::uint32_t flags = 0) { drag(p, p, flags); }
     // The overlay as the tool draws it over a white picture.
-    QImage overlay() {
-        QImage image(400, 300, QImage::Format_ARGB32_Premultiplied);
-        image.fill(Qt::white);
-        QPainter painter(&image);
-        view.painter = &painter;
-        arrow.toolDrawInView(view);
-        view.painter = nullptr;
-        return image;
-    }
+    QImage overlay() { return view.overlayOf(arrow, Qt::white); }
 };
 
 constexpr auto Shift = ToolEvent::ShiftKey;
@@ -81,21 +66,21 @@ TEST(ArrowTool, ClickShiftAndCommandChangeTheSelectionByTheRules) {
     // Inside the selection's bounds the selection stays, even over another
     // stroke or none.
     r.arrow.setSelection({r.a, r.b});
-    r.arrow.toolDownEvent(event({80, 30}), r.view, {80, 30});
+    r.arrow.toolDownEvent(toolEventAt({80, 30}), r.view, {80, 30});
     EXPECT_EQ(r.arrow.dragMode(), ArrowTool::Move);
     EXPECT_EQ(r.arrow.selection().size(), 2u);
-    r.arrow.toolUpEvent(event({80, 30}));
+    r.arrow.toolUpEvent(toolEventAt({80, 30}));
 }
 
 TEST(ArrowTool, APendingPressBecomesADragBeyondTenUnits) {
     Rig r;
-    r.arrow.toolDownEvent(event({30, 30}, Shift), r.view, {30, 30});
+    r.arrow.toolDownEvent(toolEventAt({30, 30}, Shift), r.view, {30, 30});
     EXPECT_EQ(r.arrow.dragMode(), ArrowTool::Pending);
-    r.arrow.toolMoveEvent(event({36, 38}, Shift), {36, 38}); // exactly 10 away
+    r.arrow.toolMoveEvent(toolEventAt({36, 38}, Shift), {36, 38}); // exactly 10 away
     EXPECT_EQ(r.arrow.dragMode(), ArrowTool::Pending);
-    r.arrow.toolMoveEvent(event({37, 38}, Shift), {37, 38});
+    r.arrow.toolMoveEvent(toolEventAt({37, 38}, Shift), {37, 38});
     EXPECT_EQ(r.arrow.dragMode(), ArrowTool::Move);
-    r.arrow.toolUpEvent(event({37, 38}));
+    r.arrow.toolUpEvent(toolEventAt({37, 38}));
     EXPECT_FLOAT_EQ(r.a->bounds().x, 17);
 }
 
@@ -115,7 +100,7 @@ TEST(ArrowTool, CommandDragRotatesAndScalesAboutTheSelectionCentre) {
     Rig r;
     r.arrow.setSelection({r.a}); // centre (35, 35)
     const AffineTransform t = [&] {
-        r.arrow.toolDownEvent(event({45, 35}, Command), r.view, {45, 35});
+        r.arrow.toolDownEvent(toolEventAt({45, 35}, Command), r.view, {45, 35});
         return r.arrow.transformFrom({45, 35}, {35, 55});
     }();
     // A quarter turn (y up in the world) and twice the size.
@@ -123,8 +108,8 @@ TEST(ArrowTool, CommandDragRotatesAndScalesAboutTheSelectionCentre) {
     EXPECT_NEAR(p.x, 35, 1e-4);
     EXPECT_NEAR(p.y, 55, 1e-4);
     EXPECT_NEAR(t.transformPoint({35, 35}).x, 35, 1e-4);
-    r.arrow.toolMoveEvent(event({35, 55}, Command), {35, 55});
-    r.arrow.toolUpEvent(event({35, 55}, Command));
+    r.arrow.toolMoveEvent(toolEventAt({35, 55}, Command), {35, 55});
+    r.arrow.toolUpEvent(toolEventAt({35, 55}, Command));
     EXPECT_NEAR(r.a->bounds().width, 100, 1e-3);
 }
 

@@ -12,17 +12,10 @@
 
 namespace {
 
-ToolEvent event(Point p, std::uint32_t flags = 0) {
-    ToolEvent e;
-    e.location = p;
-    e.modifierFlags = flags;
-    return e;
-}
-
 void drag(Tool& tool, TestView& view, Point from, Point to, std::uint32_t flags = 0) {
-    tool.toolDownEvent(event(from, flags), view, from);
-    if (from != to) tool.toolMoveEvent(event(to, flags), to);
-    tool.toolUpEvent(event(to, flags));
+    tool.toolDownEvent(toolEventAt(from, flags), view, from);
+    if (from != to) tool.toolMoveEvent(toolEventAt(to, flags), to);
+    tool.toolUpEvent(toolEventAt(to, flags));
 }
 
 // The world point shown at a view point.
@@ -60,15 +53,15 @@ TEST(ZoomTool, OptionShowsZoomOutUntilTheBandIsBigEnough) {
     TestDocument doc(view);
     ZoomTool zoom(doc);
     EXPECT_EQ(zoom.toolCursor().name, "zoom_in_cursor");
-    zoom.toolFlagsChanged(event({}, Option));
+    zoom.toolFlagsChanged(toolEventAt({}, Option));
     EXPECT_EQ(zoom.toolCursor().name, "zoom_out_cursor");
-    zoom.toolDownEvent(event({10, 10}, Option), view, {10, 10});
-    zoom.toolMoveEvent(event({14, 13}, Option), {14, 13});
+    zoom.toolDownEvent(toolEventAt({10, 10}, Option), view, {10, 10});
+    zoom.toolMoveEvent(toolEventAt({14, 13}, Option), {14, 13});
     EXPECT_EQ(zoom.toolCursor().name, "zoom_out_cursor");
-    zoom.toolMoveEvent(event({14, 14}, Option), {14, 14});
+    zoom.toolMoveEvent(toolEventAt({14, 14}, Option), {14, 14});
     EXPECT_EQ(zoom.toolCursor().name, "zoom_in_cursor");
     EXPECT_GT(view.cursorRefreshes, 1);
-    zoom.toolUpEvent(event({14, 14}, Option));
+    zoom.toolUpEvent(toolEventAt({14, 14}, Option));
 }
 
 // The live preview of a turn must show what the turn will make of the
@@ -83,17 +76,10 @@ TEST(RotateTool, ThePreviewShowsWhatTheTurnMakes) {
     RotateTool rotate(doc);
 
     const Point from{190, 100}, to{100, 190}; // a quarter turn, downward on screen
-    rotate.toolDownEvent(event(from), view, from);
-    rotate.toolMoveEvent(event(to), to);
-    QImage preview(200, 200, QImage::Format_ARGB32_Premultiplied);
-    preview.fill(Qt::transparent);
-    {
-        QPainter painter(&preview);
-        view.painter = &painter;
-        rotate.toolDrawInView(view);
-        view.painter = nullptr;
-    }
-    rotate.toolUpEvent(event(to));
+    rotate.toolDownEvent(toolEventAt(from), view, from);
+    rotate.toolMoveEvent(toolEventAt(to), to);
+    const QImage preview = view.overlayOf(rotate, Qt::transparent);
+    rotate.toolUpEvent(toolEventAt(to));
     EXPECT_EQ(view.viewChanges, 1);
     view.canvas()->fill(TRANSPARENT);
     doc.strokes().drawInCanvas(*view.canvas());
