@@ -16,7 +16,9 @@
 #include <QClipboard>
 #include <QMimeData>
 #include <QMouseEvent>
+#include <QPointingDevice>
 #include <QSignalSpy>
+#include <QTabletEvent>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -117,6 +119,40 @@ TEST_F(WindowTest, WhileDrawingOnlyThePensNeighbourhoodIsRepainted) {
         EXPECT_LT(area.width() * area.height(), w.view().width() * w.view().height() / 10);
     }
     send(&w.view(), QEvent::MouseButtonRelease, {170, 100}, Qt::NoButton);
+}
+
+TEST_F(WindowTest, ATabletDrawsWithItsPressure) {
+    Window w = open();
+    drag(&w.view(), {100, 100}, {300, 100}); // the mouse presses fully
+    QPointingDevice pen(QStringLiteral("stylus"), 7, QInputDevice::DeviceType::Stylus,
+                        QPointingDevice::PointerType::Pen,
+                        QInputDevice::Capability::Position | QInputDevice::Capability::Pressure, 1,
+                        3);
+    auto tablet = [&](QEvent::Type type, QPointF p, Qt::MouseButtons buttons) {
+        QTabletEvent e(type, &pen, p, w.view().mapToGlobal(p), 0.25, 0, 0, 0, 0, 0, {},
+                       Qt::LeftButton, buttons);
+        QApplication::sendEvent(&w.view(), &e);
+        EXPECT_TRUE(e.isAccepted());
+    };
+    tablet(QEvent::TabletPress, {100, 300}, Qt::LeftButton);
+    for (int x = 104; x <= 300; x += 4)
+        tablet(QEvent::TabletMove, {double(x), 300}, Qt::LeftButton);
+    tablet(QEvent::TabletRelease, {300, 300}, Qt::NoButton);
+    ASSERT_EQ(w.doc().strokes().count(), 2);
+    const float mouse = w.doc().strokes().strokeAtIndex(0)->bounds().height;
+    const float light = w.doc().strokes().strokeAtIndex(1)->bounds().height;
+    EXPECT_LT(light, mouse * 0.5f);
+}
+
+TEST_F(WindowTest, CopyBitmapPutsTheScaledPictureOnTheClipboard) {
+    Window w = open();
+    drag(&w.view(), {100, 100}, {300, 100});
+    w.view().copyBitmapDoubleResolution();
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+    ASSERT_NE(data, nullptr);
+    EXPECT_TRUE(data->hasFormat("image/tiff"));
+    const QImage image = qvariant_cast<QImage>(data->imageData());
+    EXPECT_EQ(image.size(), w.view().size() * 2);
 }
 
 TEST_F(WindowTest, ArrowToolSelectsMovesAndBands) {
