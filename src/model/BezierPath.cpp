@@ -76,6 +76,13 @@ public:
         _any = true;
     }
     void add(Point p) { add(double(p.x), double(p.y)); }
+    // Whether both values already lie inside the box along x (or y).
+    bool coversX(double u, double v) const {
+        return _any && std::min(u, v) >= _x0 && std::max(u, v) <= _x1;
+    }
+    bool coversY(double u, double v) const {
+        return _any && std::min(u, v) >= _y0 && std::max(u, v) <= _y1;
+    }
     Rect rect() const {
         if (!_any) return {};
         // A point that is not a number makes the whole box not a number, so
@@ -280,11 +287,18 @@ Rect BezierPath::bounds() const {
         [&](DPoint a, DPoint c1, DPoint c2, DPoint b) {
             acc.add(a.x, a.y);
             acc.add(b.x, b.y);
+            // A curve stays within the hull of its control points: when
+            // the box already holds them along an axis, no extremum along
+            // it can grow the box (the common case in pen outlines).
             double ts[2];
-            const int nx = cubicExtrema(a.x, c1.x, c2.x, b.x, ts);
-            for (int i = 0; i < nx; ++i) acc.add(cubicAt(a.x, c1.x, c2.x, b.x, ts[i]), b.y);
-            const int ny = cubicExtrema(a.y, c1.y, c2.y, b.y, ts);
-            for (int i = 0; i < ny; ++i) acc.add(b.x, cubicAt(a.y, c1.y, c2.y, b.y, ts[i]));
+            if (!acc.coversX(c1.x, c2.x)) {
+                const int nx = cubicExtrema(a.x, c1.x, c2.x, b.x, ts);
+                for (int i = 0; i < nx; ++i) acc.add(cubicAt(a.x, c1.x, c2.x, b.x, ts[i]), b.y);
+            }
+            if (!acc.coversY(c1.y, c2.y)) {
+                const int ny = cubicExtrema(a.y, c1.y, c2.y, b.y, ts);
+                for (int i = 0; i < ny; ++i) acc.add(b.x, cubicAt(a.y, c1.y, c2.y, b.y, ts[i]));
+            }
         });
     return acc.rect();
 }

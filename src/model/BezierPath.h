@@ -27,6 +27,8 @@ public:
     void curveToPoint(Point end, Point control1, Point control2);
     void closePath();
     void appendBezierPathWithRect(const Rect& r);
+    // Room for this many elements without growing.
+    void reserve(std::size_t elements) { _elements.reserve(elements); }
     // The oval inscribed in r as four cubic arcs, counter-clockwise from the
     // rightmost point, closed.
     void appendBezierPathWithOvalInRect(const Rect& r);

@@ -228,10 +228,13 @@ void PenPoints::transformUsingAffineTransform(const AffineTransform& t) {
 }
 
 bool PenPoints::quadForStrokeFrom(const PenPoint& from, const PenPoint& to, Point points[4]) const {
-    const Point a = bitmapPointToWorldPoint(from.point);
-    const Point b = bitmapPointToWorldPoint(to.point);
-    const float ra = _radius * from.pressure / scale();
-    const float rb = _radius * to.pressure / scale();
+    const float worldScale = scale();
+    return quadBetween(bitmapPointToWorldPoint(from.point), _radius * from.pressure / worldScale,
+                       bitmapPointToWorldPoint(to.point), _radius * to.pressure / worldScale,
+                       points);
+}
+
+bool PenPoints::quadBetween(Point a, float ra, Point b, float rb, Point points[4]) {
     const float dx = b.x - a.x, dy = b.y - a.y;
     const float d = std::sqrt(dx * dx + dy * dy);
     if (d == 0) return false;
@@ -255,34 +258,84 @@ bool PenPoints::quadForStrokeFrom(const PenPoint& from, const PenPoint& to, Poin
     return true;
 }
 
-std::unique_ptr<BezierPath> PenPoints::makePathWithCirclesAndSegments() const {
-    if (_pen_points.empty()) return nullptr;
+template <class Oval, class Quad>
+bool PenPoints::forEachOutlinePart(Oval&& oval, Quad&& quad) const {
+    if (_pen_points.empty()) return false;
+    // The mapping is inverted once for all samples.
+    const AffineMatrix toWorld = _transform.inverted();
     const float worldScale = scale();
-    auto circleRect = [&](const PenPoint& p) {
-        const Point c = bitmapPointToWorldPoint(p.point);
-        const float rho = _radius * p.pressure / worldScale;
+    auto centre = [&](const PenPoint& p) { return toWorld.apply(p.point); };
+    auto radius = [&](const PenPoint& p) { return _radius * p.pressure / worldScale; };
+    auto circleRect = [](Point c, float rho) {
         return Rect{c.x - rho, c.y - rho, 2 * rho, 2 * rho};
     };
     // A damaged mapping or radius must not reach the tangent arithmetic.
     for (const PenPoint& p : _pen_points) {
-        const Rect r = circleRect(p);
-        if (!(withinLimit(r.x) && withinLimit(r.y) && withinLimit(r.width))) return nullptr;
+        const Rect r = circleRect(centre(p), radius(p));
+        if (!(withinLimit(r.x) && withinLimit(r.y) && withinLimit(r.width))) return false;
     }
-
-    auto path = std::make_unique<BezierPath>();
-    path->appendBezierPathWithOvalInRect(circleRect(_pen_points.front()));
+    Point c0 = centre(_pen_points.front());
+    float r0 = radius(_pen_points.front());
+    oval(circleRect(c0, r0));
     for (std::size_t i = 1; i < _pen_points.size(); ++i) {
         const PenPoint& before = _pen_points[i - 1];
         const PenPoint& sample = _pen_points[i];
+        const Point c1 = centre(sample);
+        const float r1 = radius(sample);
         const bool moved = !(sample.point.x == before.point.x && sample.point.y == before.point.y);
         Point points[4];
-        if (moved && quadForStrokeFrom(before, sample, points)) {
-            path->appendBezierPathWithPoints(points, 4);
-            path->closePath();
-        }
-        path->appendBezierPathWithOvalInRect(circleRect(sample));
+        if (moved && quadBetween(c0, r0, c1, r1, points)) quad(points);
+        oval(circleRect(c1, r1));
+        c0 = c1;
+        r0 = r1;
     }
-    return path;
+    return true;
+}
+
+std::unique_ptr<BezierPath> PenPoints::makePathWithCirclesAndSegments() const {
+    auto path = std::make_unique<BezierPath>();
+    // A circle (6 elements) and a quad (5) per sample.
+    path->reserve(_pen_points.size() * 11);
+    const bool made =
+        forEachOutlinePart([&](const Rect& r) { path->appendBezierPathWithOvalInRect(r); },
+                           [&](const Point* points) {
+                               path->appendBezierPathWithPoints(points, 4);
+                               path->closePath();
+                           });
+    return made ? std::move(path) : nullptr;
+}
+
+std::optional<Rect> PenPoints::outlineBounds() const {
+    // The outline's bounds are the extreme points of its circles (each
+    // quarter of a circle lies between its end points) and of its quads,
+    // taken in double precision like the path's own bounds.
+    double x0 = INFINITY, y0 = INFINITY, x1 = -INFINITY, y1 = -INFINITY;
+    bool nan = false;
+    auto add = [&](Point p) {
+        const double x = double(p.x), y = double(p.y);
+        if (std::isnan(x) || std::isnan(y)) nan = true;
+        x0 = std::min(x0, x), y0 = std::min(y0, y);
+        x1 = std::max(x1, x), y1 = std::max(y1, y);
+    };
+    const bool made = forEachOutlinePart(
+        [&](const Rect& r) {
+            const double cx = double(r.x) + double(r.width) / 2;
+            const double cy = double(r.y) + double(r.height) / 2;
+            const double rx = double(r.width) / 2, ry = double(r.height) / 2;
+            add({float(cx + rx), float(cy)});
+            add({float(cx), float(cy + ry)});
+            add({float(cx - rx), float(cy)});
+            add({float(cx), float(cy - ry)});
+        },
+        [&](const Point* points) {
+            for (int i = 0; i < 4; ++i) add(points[i]);
+        });
+    if (!made) return std::nullopt;
+    if (nan) {
+        const float n = std::numeric_limits<float>::quiet_NaN();
+        return Rect{n, n, n, n};
+    }
+    return Rect{float(x0), float(y0), float(x1 - x0), float(y1 - y0)};
 }
 
 std::unique_ptr<BezierPath> PenPoints::makePathBasedOnTurnAngle() const {

@@ -6,6 +6,7 @@
 #include "raster/Geometry.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,9 @@ public:
     // all counter-clockwise so that a non-zero fill gives their union.
     // nullptr without samples.
     std::unique_ptr<BezierPath> buildPath() const;
+    // The bounds of the outline buildPath() makes, exactly, without making
+    // it; none when it makes none.
+    std::optional<Rect> outlineBounds() const;
     // The mapping becomes: first the inverse of t, then the old mapping.
     void transformUsingAffineTransform(const AffineTransform& t);
 
@@ -73,6 +77,13 @@ public:
     // circles; false (points untouched) when they coincide in world space.
     bool quadForStrokeFrom(const PenPoint& from, const PenPoint& to, Point points[4]) const;
     std::unique_ptr<BezierPath> makePathWithCirclesAndSegments() const;
+    // Calls oval(rect) for every circle and quad(points[4]) for every
+    // tangent quad of the outline, in path order; false when the samples
+    // make no outline.
+    template <class Oval, class Quad> bool forEachOutlinePart(Oval&& oval, Quad&& quad) const;
+    // The tangent quad between two circles (world centres and radii); false
+    // when the centres coincide.
+    static bool quadBetween(Point a, float ra, Point b, float rb, Point points[4]);
     // Alternative outline: polygons along nearly straight runs. Not used.
     std::unique_ptr<BezierPath> makePathBasedOnTurnAngle() const;
     // Never written; stops the program if called.

@@ -62,16 +62,15 @@ std::shared_ptr<Stroke> Stroke::initWithPenPoints(std::shared_ptr<PenPoints> poi
                                                   const Color& color, int transferMode,
                                                   float opacity) {
     if (!points) return nullptr;
-    std::shared_ptr<BezierPath> outline = points->buildPath();
-    if (!outline) return nullptr;
     auto stroke = std::shared_ptr<Stroke>(new Stroke());
     stroke->_pen_points = std::move(points);
-    stroke->_path = std::move(outline);
+    stroke->_outline_pending = true;
     stroke->_color = color;
     stroke->_transfer_mode = transferMode;
     stroke->_opacity = opacity;
     stroke->rebuildGeometry();
-    if (stroke->_bounds.hasNaN()) return nullptr;
+    // No outline (damaged samples), or bounds that are not numbers.
+    if (!stroke->_outline_pending || stroke->_bounds.hasNaN()) return nullptr;
     return stroke;
 }
 
@@ -86,35 +85,61 @@ Stroke::initWithImage(const QImage& image, std::shared_ptr<BezierPath> cornerPat
 }
 
 WindingRule Stroke::windingRule() const {
-    return _path ? _path->windingRule() : NonZeroWindingRule;
+    const auto& path = bezierPath();
+    return path ? path->windingRule() : NonZeroWindingRule;
+}
+
+const std::shared_ptr<BezierPath>& Stroke::bezierPath() const {
+    if (_outline_pending) {
+        _outline_pending = false;
+        _path = _pen_points->buildPath();
+    }
+    return _path;
+}
+
+const Path* Stroke::cgPath() const {
+    if (!_cg_path && bezierPath()) _cg_path = std::make_unique<Path>(_path->elements());
+    return _cg_path.get();
 }
 
 void Stroke::rebuildGeometry() {
-    _cg_path = _path ? std::make_unique<Path>(_path->elements()) : nullptr;
-    _bounds = _path ? _path->bounds() : Rect{};
+    _cg_path.reset();
+    if (_outline_pending) {
+        // A pen stroke's outline is made when first needed; its bounds are
+        // known without it.
+        const std::optional<Rect> outline = _pen_points->outlineBounds();
+        if (!outline) _outline_pending = false;
+        _bounds = outline.value_or(Rect{});
+    } else {
+        _bounds = _path ? _path->bounds() : Rect{};
+    }
     // Only an outlined stroke's line reaches beyond its path.
     if (_stroke) _bounds = insetRect(_bounds, -_line_width / 2, -_line_width / 2);
 }
 
 bool Stroke::bad() const {
     if (_image) return false;
-    if (!_path) return true;
+    if (!_path && !_outline_pending) return true;
     if (_bounds.hasNaN()) return true;
-    if (_path->bounds().hasNaN()) return true;
+    // The path is asked afresh: it may have been changed since. An outline
+    // not made yet is known only through the bounds.
+    if (!_outline_pending && _path->bounds().hasNaN()) return true;
     // A mode no transfer knows (only ever read from a damaged file).
     return _transfer_mode < 0 || _transfer_mode > lastTransferMode;
 }
 
 void Stroke::transformUsingAffineTransform(const AffineTransform& t) {
+    // The outline moves with the samples as it stands, not made anew.
+    bezierPath();
     if (_pen_points) _pen_points->transformUsingAffineTransform(t);
     if (_path) _path->transformUsingAffineTransform(t);
     rebuildGeometry();
 }
 
 void Stroke::appendBezierPathKeepingBounds(const BezierPath& other) {
-    if (!_path) _path = std::make_shared<BezierPath>();
+    if (!bezierPath()) _path = std::make_shared<BezierPath>();
     _path->appendBezierPath(other);
-    _cg_path = std::make_unique<Path>(_path->elements());
+    _cg_path.reset();
     _pen_points.reset();
 }
 
@@ -172,7 +197,8 @@ void Stroke::drawImageInContext(CGContextWrapper& context) const {
 
 Rect Stroke::drawInContext(CGContextWrapper& context) const {
     if (_image) {
-        const Rect touched = _cg_path ? _cg_path->boundsInContext(context) : Rect{};
+        const Path* path = cgPath();
+        const Rect touched = path ? path->boundsInContext(context) : Rect{};
         drawImageInContext(context);
         return touched;
     }
@@ -181,9 +207,10 @@ Rect Stroke::drawInContext(CGContextWrapper& context) const {
         context.setStrokeColor(*_color);
     }
     context.setLineWidth(_line_width);
-    if (!_cg_path) return {};
-    if (_stroke) return _cg_path->strokeInContext(context);
-    return _cg_path->fillInContext(context, windingRule());
+    const Path* path = cgPath();
+    if (!path) return {};
+    if (_stroke) return path->strokeInContext(context);
+    return path->fillInContext(context, windingRule());
 }
 
 void Stroke::draw() const {
@@ -193,19 +220,20 @@ void Stroke::draw() const {
         drawImageInContext(*context);
         return;
     }
-    if (!_cg_path) return;
+    const Path* path = cgPath();
+    if (!path) return;
     if (_color) {
         context->setFillColor(*_color);
         context->setStrokeColor(*_color);
     }
     if (_stroke) {
         context->setLineWidth(_line_width);
-        _cg_path->strokeInContext(*context);
+        path->strokeInContext(*context);
         return;
     }
     // The whole path at once, as a vector path is filled (no batches).
     GraphicsContext& g = context->contextRef();
-    _cg_path->loadPathInContext(g);
+    path->loadPathInContext(g);
     if (windingRule() == EvenOddWindingRule)
         g.eoFillPath();
     else
@@ -246,7 +274,7 @@ std::shared_ptr<Codable> Stroke::initWithCoder(KeyedUnarchiver& coder) {
     auto stroke = std::shared_ptr<Stroke>(new Stroke());
     if (coder.containsValueForKey("pen_points")) {
         stroke->_pen_points = coder.decodeObjectOfClass<PenPoints>("pen_points");
-        if (stroke->_pen_points) stroke->_path = stroke->_pen_points->buildPath();
+        stroke->_outline_pending = stroke->_pen_points != nullptr;
     } else {
         stroke->_path = coder.decodeBezierPath("path");
     }

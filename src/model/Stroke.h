@@ -66,7 +66,9 @@ public:
     Stroke& operator=(const Stroke&) = delete;
 
     // Accessors.
-    const std::shared_ptr<BezierPath>& bezierPath() const { return _path; }
+    // The filled or outlined path; a pen stroke's outline is made from its
+    // samples when first asked for.
+    const std::shared_ptr<BezierPath>& bezierPath() const;
     const std::shared_ptr<PenPoints>& penPoints() const { return _pen_points; }
     // The placed image, or nullptr for the other kinds.
     const QImage* image() const { return _image ? &*_image : nullptr; }
@@ -81,8 +83,9 @@ public:
     // The path's winding rule (non-zero without a path).
     WindingRule windingRule() const;
     // The flattened form of the path used to paint into bitmaps; null
-    // without a path.
-    const Path* cgPath() const { return _cg_path.get(); }
+    // without a path. Made when first needed: opening a drawing does not
+    // pay for strokes that are never painted at their own resolution.
+    const Path* cgPath() const;
 
     // Whether the stroke cannot be used: no path, bounds that are not
     // numbers, or a transfer mode outside 0..7. Image strokes are never bad.
@@ -146,6 +149,8 @@ private:
     bool _stroke = false;
     float _line_width = 1;
     std::shared_ptr<PenPoints> _pen_points;
-    std::shared_ptr<BezierPath> _path;
-    std::unique_ptr<Path> _cg_path;
+    mutable std::shared_ptr<BezierPath> _path;
+    // A pen stroke whose outline has not been made yet.
+    mutable bool _outline_pending = false;
+    mutable std::unique_ptr<Path> _cg_path;
 };

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "model/AffineTransform.h"
 #include "raster/Geometry.h"
 #include "tools/Tool.h"
 
 #include <memory>
+#include <optional>
 #include <vector>
 
-class AffineTransform;
 class Stroke;
 class ToolDocument;
 
@@ -47,6 +48,11 @@ public:
     ToolCursor toolCursor() const override { return ToolCursor::arrow(); }
 
 private:
+    Point world(Point viewPoint) const;
+    bool isSelected(const Stroke* s) const;
+    // The transform the drag in progress would apply, if it moves or turns.
+    std::optional<AffineTransform> liveTransform() const;
+
     ToolDocument& _document;   // not owned
     ToolView* _view = nullptr; // the view of the last down event; not owned
     StrokeArray _selection;

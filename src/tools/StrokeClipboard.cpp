@@ -6,75 +6,63 @@
 #include "model/KeyedUnarchiver.h"
 #include "model/Stroke.h"
 
+#include <QMimeData>
+
+#include <algorithm>
 #include <cmath>
-#include <new>
-#include <vector>
 
-namespace {
-
-bool isFinite(const AffineMatrix& m) {
-    for (float v : {m.a, m.b, m.c, m.d, m.tx, m.ty})
-        if (!std::isfinite(v)) return false;
-    return true;
-}
-
-} // namespace
-
-QByteArray StrokeClipboard::archive(const Strokes::StrokeArray& strokes,
+QByteArray StrokeClipboard::archive(const std::vector<std::shared_ptr<Stroke>>& strokes,
                                     const AffineMatrix& transform) {
+    KeyedArchiver archiver;
     std::vector<const Codable*> objects;
     objects.reserve(strokes.size());
-    for (const auto& stroke : strokes) objects.push_back(stroke.get());
-    KeyedArchiver archiver;
+    for (const auto& s : strokes) objects.push_back(s.get());
     archiver.encodeObjectArray(objects, "strokes");
     const AffineTransform t(transform);
     archiver.encodeAffineTransform(&t, "transform");
     return archiver.finishEncoding();
 }
 
-std::optional<StrokeClipboard::Contents> StrokeClipboard::unarchive(const QByteArray& data) {
-    Contents contents;
+std::optional<StrokeClipboard::Content> StrokeClipboard::read(const QByteArray& archive) {
     try {
-        KeyedUnarchiver coder(data);
-        auto objects = coder.decodeObjectArray("strokes");
-        if (!objects) return std::nullopt;
-        for (const auto& object : *objects) {
-            auto stroke = std::dynamic_pointer_cast<Stroke>(object);
-            if (stroke && !stroke->bad()) contents.strokes.push_back(std::move(stroke));
-        }
-        if (auto transform = coder.decodeAffineTransform("transform"))
-            contents.transform = transform->transformStruct();
+        KeyedUnarchiver coder(archive);
+        auto array = coder.decodeObjectArray("strokes");
+        auto transform = coder.decodeAffineTransform("transform");
+        if (!array || !transform) return std::nullopt;
+        Content content;
+        content.transform = transform->transformStruct();
+        for (const auto& object : *array)
+            if (auto stroke = std::dynamic_pointer_cast<Stroke>(object); stroke && !stroke->bad())
+                content.strokes.push_back(std::move(stroke));
+        if (content.strokes.empty()) return std::nullopt;
+        return content;
     } catch (const ArchiveError&) {
         return std::nullopt;
     } catch (const std::bad_alloc&) {
         return std::nullopt;
     }
-    // A transform that is not invertible would put every stroke on a line or
-    // a point of this drawing.
-    const AffineMatrix& t = contents.transform;
-    if (contents.strokes.empty() || !isFinite(t) || t.a * t.d - t.b * t.c == 0) return std::nullopt;
-    return contents;
 }
 
-Strokes::StrokeArray StrokeClipboard::placeInView(const Strokes::StrokeArray& strokes,
-                                                  const AffineMatrix& sourceTransform,
-                                                  const AffineMatrix& viewTransform,
-                                                  Point viewCentre) {
-    if (strokes.empty()) return {};
-    const AffineTransform toView(sourceTransform);
-    Rect bounds;
-    for (const auto& stroke : strokes) {
-        stroke->transformUsingAffineTransform(toView);
-        bounds = unionRect(bounds, stroke->bounds());
+std::optional<StrokeClipboard::Content> StrokeClipboard::read(const QMimeData& data) {
+    if (!data.hasFormat(QLatin1String(kMimeType))) return std::nullopt;
+    return read(data.data(QLatin1String(kMimeType)));
+}
+
+AffineMatrix StrokeClipboard::pasteTransform(const Content& content, const AffineMatrix& targetView,
+                                             Point centre) {
+    // The bounds' corners in the source's view coordinates.
+    float x0 = INFINITY, y0 = INFINITY, x1 = -INFINITY, y1 = -INFINITY;
+    for (const auto& s : content.strokes) {
+        const Rect b = s->bounds();
+        for (const Point c : {Point{b.x, b.y}, Point{b.x + b.width, b.y},
+                              Point{b.x, b.y + b.height}, Point{b.x + b.width, b.y + b.height}}) {
+            const Point p = content.transform.apply(c);
+            x0 = std::min(x0, p.x), y0 = std::min(y0, p.y);
+            x1 = std::max(x1, p.x), y1 = std::max(y1, p.y);
+        }
     }
-    const float dx = viewCentre.x - (bounds.x + bounds.width / 2);
-    const float dy = viewCentre.y - (bounds.y + bounds.height / 2);
-    const AffineTransform toWorld(
-        AffineMatrix::makeTranslation(dx, dy).concat(viewTransform.inverted()));
-    Strokes::StrokeArray placed;
-    for (const auto& stroke : strokes) {
-        stroke->transformUsingAffineTransform(toWorld);
-        if (!stroke->bad()) placed.push_back(stroke);
-    }
-    return placed;
+    const Point middle{(x0 + x1) / 2, (y0 + y1) / 2};
+    return content.transform
+        .concat(AffineMatrix::makeTranslation(centre.x - middle.x, centre.y - middle.y))
+        .concat(targetView.inverted());
 }

@@ -1,37 +1,39 @@
 #pragma once
 
-#include "model/Strokes.h"
 #include "raster/AffineMatrix.h"
-#include "raster/Geometry.h"
 
 #include <QByteArray>
 
+#include <memory>
 #include <optional>
+#include <vector>
 
-// The clipboard form of strokes: a keyed archive holding the strokes under
-// "strokes" (world coordinates of the drawing they came from) and that
-// drawing's world-to-view transform under "transform", so that a paste can
-// place them where they were seen rather than where they were in the other
-// drawing's world.
+class QMimeData;
+class Stroke;
+
+// The clipboard form of strokes: a keyed archive with the strokes under
+// "strokes" (in the source drawing's world coordinates) and the source
+// view's world-to-view transform under "transform", under a MIME type of
+// Vimo's own. Reading checks everything, as for a file.
 class StrokeClipboard {
 public:
-    struct Contents {
-        Strokes::StrokeArray strokes;
-        AffineMatrix transform; // source world -> source view
+    static constexpr const char* kMimeType = "application/x-vimo-strokes";
+
+    struct Content {
+        std::vector<std::shared_ptr<Stroke>> strokes;
+        AffineMatrix transform;
     };
 
-    static QByteArray archive(const Strokes::StrokeArray& strokes, const AffineMatrix& transform);
-    // The strokes and transform of an archive; none when the data is not
-    // such an archive, is damaged, or holds no usable stroke. Strokes that
-    // are unusable (bad) are left out.
-    static std::optional<Contents> unarchive(const QByteArray& data);
+    static QByteArray archive(const std::vector<std::shared_ptr<Stroke>>& strokes,
+                              const AffineMatrix& transform);
+    // None when the bytes are not such an archive or hold no stroke.
+    static std::optional<Content> read(const QByteArray& archive);
+    static std::optional<Content> read(const QMimeData& data);
 
-    // Moves pasted strokes (fresh copies, not in any list) into this
-    // drawing's world: through the source transform into view coordinates,
-    // then so that the centre of their common bounds lies on viewCentre,
-    // then through the inverse of this view's transform. Returns the strokes
-    // that are still usable afterwards.
-    static Strokes::StrokeArray placeInView(const Strokes::StrokeArray& strokes,
-                                            const AffineMatrix& sourceTransform,
-                                            const AffineMatrix& viewTransform, Point viewCentre);
+    // The transform that brings strokes from the source's world into the
+    // target's: through the source view, centred in the target view (the
+    // centre of their bounds on the view's centre), back through the
+    // target view.
+    static AffineMatrix pasteTransform(const Content& content, const AffineMatrix& targetView,
+                                       Point targetViewCentre);
 };

@@ -8,7 +8,6 @@
 #include <QVariantMap>
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -205,17 +204,13 @@ protected:
 
 private:
     void connectStrokes();
-    // Asks the view to redraw from index (nothing for NotFound).
+    bool arrowCurrent() const;
+    void reorder(void (Strokes::*command)(const Strokes::StrokeArray&), bool toBack);
+    AffineMatrix currentViewMatrix() const;
+    Point viewCentre() const;
     void redrawFromStroke(int index);
     void setNeedsDisplay();
-    bool arrowIsCurrent() const;
     Strokes::StrokeArray editTargets() const;
-    // Paints a stroke just appended on top into the view's canvas.
-    void paintAddedStroke(const Stroke& stroke);
-    // The view's world-to-view transform (the identity without a view) and
-    // the centre of its bounds (the origin without a view).
-    AffineMatrix currentViewTransform() const;
-    Point viewCentre() const;
 
     ToolView* _main_view = nullptr; // not owned
     std::unique_ptr<UndoManager> _undo;

@@ -10,13 +10,6 @@
 
 namespace {
 
-ToolEvent click(Point at, std::uint32_t flags = 0) {
-    ToolEvent e;
-    e.location = at;
-    e.modifierFlags = flags;
-    return e;
-}
-
 // A closed ring drawn with the pen: samples on a circle.
 std::shared_ptr<Stroke> penRing(Point centre, float radius, float penRadius) {
     auto points = std::make_shared<PenPoints>(AffineMatrix::identity(), penRadius);
@@ -30,7 +23,7 @@ std::shared_ptr<Stroke> penRing(Point centre, float radius, float penRadius) {
 
 struct FillRig {
     explicit FillRig(Size size = {100, 80}) : view(size), document(view), tool(document) {}
-    void fillAt(Point p) { tool.toolDownEvent(click(p), view, p); }
+    void fillAt(Point p) { tool.toolDownEvent(toolEventAt(p), view, p); }
     std::uint32_t pixel(int x, int y) { return view.canvas()->drawBitmap().at(x, y); }
     TestView view;
     TestDocument document;
@@ -104,9 +97,9 @@ TEST(FillTool, OptionClickPicksAnOpaqueColourAndDrawsNothing) {
     FillRig rig;
     rig.view.canvas()->previewBitmap().fillRect({0, 0, 10, 10}, 0x80000080u); // half red
     rig.view.canvas()->previewBitmap().fillRect({50, 50, 10, 10}, TRANSPARENT);
-    rig.tool.toolDownEvent(click({2, 2}, ToolEvent::OptionKey), rig.view, {2, 2});
+    rig.tool.toolDownEvent(toolEventAt({2, 2}, ToolEvent::OptionKey), rig.view, {2, 2});
     EXPECT_EQ(rig.document.toolColor, Color::device(1, 0, 0, 1));
-    rig.tool.toolDownEvent(click({55, 55}, ToolEvent::OptionKey), rig.view, {55, 55});
+    rig.tool.toolDownEvent(toolEventAt({55, 55}, ToolEvent::OptionKey), rig.view, {55, 55});
     EXPECT_EQ(rig.document.toolColor, rig.view.background);
     EXPECT_EQ(rig.document.strokes().count(), 0);
 }
@@ -114,7 +107,7 @@ TEST(FillTool, OptionClickPicksAnOpaqueColourAndDrawsNothing) {
 TEST(FillTool, CursorFollowsTheOptionKey) {
     FillRig rig;
     EXPECT_EQ(rig.tool.toolCursor().name, "fill_cursor");
-    rig.tool.toolFlagsChanged(click({}, ToolEvent::OptionKey));
+    rig.tool.toolFlagsChanged(toolEventAt({}, ToolEvent::OptionKey));
     EXPECT_EQ(rig.tool.toolCursor().name, "color_picker_cursor");
     EXPECT_EQ(rig.view.cursorRefreshes, 1);
     rig.tool.toolActivate();

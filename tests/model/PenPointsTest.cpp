@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <random>
 
 namespace {
 
@@ -178,4 +180,34 @@ TEST(PenPointsArchive, RoundTripKeepsMappingRadiusAndTenths) {
     auto back = roundTrip(s);
     ASSERT_NE(back, nullptr);
     EXPECT_EQ(back->points(), s.points());
+}
+
+// Opening a drawing takes a pen stroke's bounds from its samples and makes
+// the outline only when needed: both must agree to the last bit, for any
+// samples and any view mapping.
+TEST(PenPointsOutline, BoundsWithoutTheOutlineAreExact) {
+    std::mt19937 rng(11);
+    std::uniform_real_distribution<float> unit(0, 1);
+    for (int run = 0; run < 300; ++run) {
+        const float angle = 6.28f * unit(rng), scale = 0.1f + 8 * unit(rng);
+        const AffineMatrix view =
+            AffineMatrix::makeRotation(angle)
+                .concat(AffineMatrix::makeScale(scale, scale))
+                .concat(AffineMatrix::makeTranslation(500 * unit(rng), -300 * unit(rng)));
+        PenPoints points(view, 0.5f + 30 * unit(rng));
+        const int n = 1 + int(rng() % 60);
+        Point p{1000 * unit(rng), 1000 * unit(rng)};
+        for (int i = 0; i < n; ++i) {
+            // Repeated samples and tiny moves included.
+            if (rng() % 5) p = {p.x + 20 * (unit(rng) - 0.5f), p.y + 20 * (unit(rng) - 0.5f)};
+            points.addPointAt(p, unit(rng));
+        }
+        const auto outline = points.buildPath();
+        const auto bounds = points.outlineBounds();
+        ASSERT_EQ(outline != nullptr, bounds.has_value());
+        const Rect a = outline->bounds(), b = *bounds;
+        EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0)
+            << "run " << run << ": " << a.x << " " << a.y << " " << a.width << " " << a.height
+            << " vs " << b.x << " " << b.y << " " << b.width << " " << b.height;
+    }
 }

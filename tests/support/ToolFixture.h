@@ -5,6 +5,7 @@
 #include "model/Strokes.h"
 #include "model/VimoCanvas.h"
 #include "raster/Bitmap.h"
+#include "tools/Tool.h"
 #include "tools/ToolDocument.h"
 #include "tools/ToolView.h"
 
@@ -13,6 +14,14 @@
 #include <memory>
 #include <optional>
 #include <vector>
+
+// A pointer event at a view point with modifier flags.
+inline ToolEvent toolEventAt(Point at, std::uint32_t flags = 0) {
+    ToolEvent e;
+    e.location = at;
+    e.modifierFlags = flags;
+    return e;
+}
 
 // A headless view over a canvas: records what it is asked to redraw.
 class TestView : public ToolView {
@@ -47,6 +56,18 @@ public:
     void moveFrom(Point p1, Point p2) override {
         _canvas->moveFrom(p1, p2);
         viewChanges++;
+    }
+
+    // What a tool draws as feedback, over a picture of the given colour.
+    QImage overlayOf(Tool& tool, const QColor& under) {
+        const Size s = _canvas->size();
+        QImage image(int(s.width), int(s.height), QImage::Format_ARGB32_Premultiplied);
+        image.fill(under);
+        QPainter p(&image);
+        painter = &p;
+        tool.toolDrawInView(*this);
+        painter = nullptr;
+        return image;
     }
 
     std::vector<Rect> redrawn;
