@@ -31,6 +31,12 @@ std::optional<StrokeClipboard::Content> StrokeClipboard::read(const QByteArray& 
         if (!array || !transform) return std::nullopt;
         Content content;
         content.transform = transform->transformStruct();
+        // A transform that is not a number or not invertible would put every
+        // stroke on a line, a point or nowhere in this drawing.
+        const AffineMatrix& t = content.transform;
+        for (const float v : {t.a, t.b, t.c, t.d, t.tx, t.ty})
+            if (!std::isfinite(v)) return std::nullopt;
+        if (double(t.a) * t.d - double(t.b) * t.c == 0) return std::nullopt;
         for (const auto& object : *array)
             if (auto stroke = std::dynamic_pointer_cast<Stroke>(object); stroke && !stroke->bad())
                 content.strokes.push_back(std::move(stroke));

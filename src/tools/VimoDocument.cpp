@@ -21,6 +21,8 @@
 #include <QUndoStack>
 
 #include <algorithm>
+#include <cmath>
+#include <optional>
 
 VimoDocument::VimoDocument(QSettings* settings, ScriptAlerts* alerts, const std::string& pensDir,
                            const std::string& libDir)
@@ -281,24 +283,28 @@ void VimoDocument::setFillTransferMode(int mode) {
 
 namespace {
 
-// The leading number of a menu title ("50%", "12 pt"); 0 when there is none.
-float leadingNumber(const QString& title) {
+// The leading number of a menu title ("50%", "12 pt"); none when the title
+// does not start with one.
+std::optional<float> leadingNumber(const QString& title) {
     QString digits;
     for (const QChar c : title.trimmed()) {
         if (!(c.isDigit() || c == u'.')) break;
         digits += c;
     }
-    return digits.toFloat();
+    bool ok = false;
+    const float value = digits.toFloat(&ok);
+    if (!ok) return std::nullopt;
+    return value;
 }
 
 } // namespace
 
 void VimoDocument::penOpacity(const QString& title) {
-    setPenOpacity(leadingNumber(title) / 100);
+    if (const auto percent = leadingNumber(title)) setPenOpacity(*percent / 100);
 }
 
 void VimoDocument::penSize(const QString& title) {
-    setPenSize(leadingNumber(title));
+    if (const auto radius = leadingNumber(title)) setPenSize(*radius);
 }
 
 void VimoDocument::setPenType(const QString& title) {
@@ -355,6 +361,7 @@ void VimoDocument::deleteStrokes() {
         _arrow->clearSelection();
         redrawFromStroke(from);
     } else {
+        if (list.isEmpty()) return;
         list.removeLastStroke();
         redrawFromStroke(list.count());
     }
@@ -369,6 +376,8 @@ void VimoDocument::cut() {
 void VimoDocument::clear() {
     strokes().clear();
     redrawFromStroke(0);
+    // The arrow tool must not keep (and highlight) strokes that are gone.
+    updateSelection();
 }
 
 void VimoDocument::selectAll() {
@@ -409,6 +418,9 @@ void VimoDocument::mergeStrokes() {
         list.mergeStrokesInArray(_arrow->selection());
         redrawFromStroke(from);
     } else {
+        // Fewer than two strokes: nothing merges, and an empty list has no
+        // stroke to redraw from.
+        if (list.count() < 2) return;
         list.mergeTopTwoStrokes();
         redrawFromStroke(list.count() - 1);
     }
@@ -536,6 +548,10 @@ void VimoDocument::paste() {
 
 DocumentFile::Result VimoDocument::addVimoDocument(const QByteArray& data, Point centre,
                                                    float scale) {
+    if (!(std::isfinite(scale) && scale > 0))
+        return Result::failure("the drawing cannot be added at that scale");
+    if (!std::isfinite(centre.x) || !std::isfinite(centre.y))
+        return Result::failure("the drawing cannot be added at that place");
     DocumentFile other;
     const Result read = other.loadDataRepresentation(data, QString::fromLatin1(kDocumentType));
     if (!read) return read;
