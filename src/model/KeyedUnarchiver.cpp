@@ -66,6 +66,10 @@ public:
     std::int16_t readInt16() override { return std::int16_t(readUInt16(take(2))); }
     std::int32_t readInt32() override { return std::int32_t(readUInt32(take(4))); }
     float readFloat() override { return archive_bytes::readFloat(take(4)); }
+    std::uint64_t remaining() const override {
+        const Frame& f = _frames.back();
+        return f.valuesSize - f.position;
+    }
 
 private:
     const char* take(std::uint64_t n) {

@@ -87,10 +87,12 @@ public:
     virtual std::int16_t readInt16() = 0;
     virtual std::int32_t readInt32() = 0;
     virtual float readFloat() = 0;
+    // Bytes left in the object's values.
+    virtual std::uint64_t remaining() const = 0;
 };
 
 // A deep copy made by archiving and unarchiving.
 template <class T> std::shared_ptr<T> copyWithArchiver(const T& object) {
-    return std::dynamic_pointer_cast<T>(
-        KeyedUnarchiver::unarchiveObjectWithData(KeyedArchiver::archivedDataWithRootObject(object)));
+    return std::dynamic_pointer_cast<T>(KeyedUnarchiver::unarchiveObjectWithData(
+        KeyedArchiver::archivedDataWithRootObject(object)));
 }

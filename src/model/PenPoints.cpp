@@ -258,8 +258,8 @@ bool PenPoints::quadBetween(Point a, float ra, Point b, float rb, Point points[4
     return true;
 }
 
-template <class Oval, class Quad>
-bool PenPoints::forEachOutlinePart(Oval&& oval, Quad&& quad) const {
+template <class Oval, class Quad, class WantQuad>
+bool PenPoints::forEachOutlinePart(Oval&& oval, Quad&& quad, WantQuad&& wantQuad) const {
     if (_pen_points.empty()) return false;
     // The mapping is inverted once for all samples.
     const AffineMatrix toWorld = _transform.inverted();
@@ -284,7 +284,7 @@ bool PenPoints::forEachOutlinePart(Oval&& oval, Quad&& quad) const {
         const float r1 = radius(sample);
         const bool moved = !(sample.point.x == before.point.x && sample.point.y == before.point.y);
         Point points[4];
-        if (moved && quadBetween(c0, r0, c1, r1, points)) quad(points);
+        if (moved && wantQuad(c0, r0, c1, r1) && quadBetween(c0, r0, c1, r1, points)) quad(points);
         oval(circleRect(c1, r1));
         c0 = c1;
         r0 = r1;
@@ -301,7 +301,8 @@ std::unique_ptr<BezierPath> PenPoints::makePathWithCirclesAndSegments() const {
                            [&](const Point* points) {
                                path->appendBezierPathWithPoints(points, 4);
                                path->closePath();
-                           });
+                           },
+                           [](Point, float, Point, float) { return true; });
     return made ? std::move(path) : nullptr;
 }
 
@@ -317,6 +318,7 @@ std::optional<Rect> PenPoints::outlineBounds() const {
         x0 = std::min(x0, x), y0 = std::min(y0, y);
         x1 = std::max(x1, x), y1 = std::max(y1, y);
     };
+    // First the circles.
     const bool made = forEachOutlinePart(
         [&](const Rect& r) {
             const double cx = double(r.x) + double(r.width) / 2;
@@ -327,10 +329,23 @@ std::optional<Rect> PenPoints::outlineBounds() const {
             add({float(cx - rx), float(cy)});
             add({float(cx), float(cy - ry)});
         },
+        [](const Point*) {}, [](Point, float, Point, float) { return false; });
+    if (!made) return std::nullopt;
+    // Then the quads that could reach beyond them. A quad's corners lie on
+    // its two circles, up to rounding: a circle that the box holds with a
+    // margin far above that rounding cannot have a corner outside it.
+    auto holds = [&](Point c, float r) {
+        const double reach =
+            std::fabs(double(r)) * (1 + 1e-5) +
+            (std::fabs(double(c.x)) + std::fabs(double(c.y)) + std::fabs(double(r))) * 1e-6;
+        return x0 <= c.x - reach && x1 >= c.x + reach && y0 <= c.y - reach && y1 >= c.y + reach;
+    };
+    forEachOutlinePart(
+        [](const Rect&) {},
         [&](const Point* points) {
             for (int i = 0; i < 4; ++i) add(points[i]);
-        });
-    if (!made) return std::nullopt;
+        },
+        [&](Point c0, float r0, Point c1, float r1) { return !holds(c0, r0) || !holds(c1, r1); });
     if (nan) {
         const float n = std::numeric_limits<float>::quiet_NaN();
         return Rect{n, n, n, n};
@@ -447,6 +462,9 @@ std::shared_ptr<Codable> PenPoints::initWithCoder(KeyedUnarchiver& coder) {
     m.ty = in.readFloat();
     points->_radius = in.readFloat();
     const int n = in.readInt16();
+    // Five bytes a sample: never more room than the values can fill.
+    if (n > 0)
+        points->_pen_points.reserve(std::min<std::uint64_t>(std::uint64_t(n), in.remaining() / 5));
     std::int32_t x = 0, y = 0;
     for (int i = 0; i < n; ++i) {
         x += in.readInt16();

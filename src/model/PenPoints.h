@@ -78,9 +78,11 @@ public:
     bool quadForStrokeFrom(const PenPoint& from, const PenPoint& to, Point points[4]) const;
     std::unique_ptr<BezierPath> makePathWithCirclesAndSegments() const;
     // Calls oval(rect) for every circle and quad(points[4]) for every
-    // tangent quad of the outline, in path order; false when the samples
-    // make no outline.
-    template <class Oval, class Quad> bool forEachOutlinePart(Oval&& oval, Quad&& quad) const;
+    // tangent quad of the outline, in path order, leaving out the quads
+    // between two circles for which wantQuad(c0, r0, c1, r1) is false; false
+    // when the samples make no outline.
+    template <class Oval, class Quad, class WantQuad>
+    bool forEachOutlinePart(Oval&& oval, Quad&& quad, WantQuad&& wantQuad) const;
     // The tangent quad between two circles (world centres and radii); false
     // when the centres coincide.
     static bool quadBetween(Point a, float ra, Point b, float rb, Point points[4]);
