@@ -12,13 +12,17 @@
 #include <QColorDialog>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLayout>
 #include <QMessageBox>
 #include <QSettings>
 #include <QUndoStack>
 
+#include <algorithm>
+
 namespace {
 
 constexpr const char* kNewWindowFrameDefault = "New window frame";
+constexpr int kMinimumWidth = 400, kMinimumHeight = 300;
 constexpr const char* kFileFilter = "Vimo drawings (*.vimo);;Vimo templates (*.vimotemplate)";
 
 int nextUntitledNumber() {
@@ -87,9 +91,14 @@ void DocumentWindow::updateTitle() {
 // What was read goes to the window and the view: frame, view transform,
 // the cached picture or a full redraw, a placed picture.
 void DocumentWindow::showDocumentState() {
+    // The saved size, but never so small that the menus do not fit.
     if (auto frame = DocumentFile::rectFromFrameString(_document->windowFrameString());
-        frame && frame->width >= 100 && frame->height >= 100)
-        resize(int(frame->width), int(frame->height));
+        frame && !frame->isEmpty())
+        resize(std::max(int(frame->width), kMinimumWidth),
+               std::max(int(frame->height), kMinimumHeight));
+    // The view's size before the window shows: what a placed picture is
+    // centred and fitted in.
+    if (layout()) layout()->activate();
     _document->setViewSize({float(_view->width()), float(_view->height())});
     if (const auto& t = _document->viewTransform())
         _view->canvas()->setTransform(t->transformStruct());
@@ -107,6 +116,7 @@ void DocumentWindow::showDocumentState() {
 
 bool DocumentWindow::openFile(const QString& path, QString* reason) {
     // The view's size is what the document fits a placed picture into.
+    if (layout()) layout()->activate();
     _document->setViewSize({float(_view->width()), float(_view->height())});
     const auto result = _document->readFromFile(path);
     if (!result) {
