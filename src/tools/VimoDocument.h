@@ -187,8 +187,9 @@ public:
     void redo();
 
     // The tablet proximity notification ("enterProximity", "pointerID",
-    // "pointerType"): the eraser end switches to the "Eraser" pen type and
-    // leaving switches back.
+    // "pointerType"): when the eraser end comes near, the "Eraser" pen type
+    // is selected; when the pen tip next comes near, the earlier tool or pen
+    // type returns. Leaving proximity changes nothing.
     void handleProximity(const QVariantMap& userInfo);
     bool erasing() const { return _erasing; }
 
