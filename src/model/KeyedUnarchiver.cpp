@@ -4,20 +4,20 @@
 #include "model/ArchiveBytes.h"
 #include "model/ArchiveClasses.h"
 #include "model/BezierPath.h"
+#include "model/BinaryPlistReader.h"
 #include "model/PlistGuard.h"
 #include "raster/Assert.h"
 
 #include <QBuffer>
 #include <QImageReader>
 
-#include <plist/plist.h>
-
 #include <cmath>
-#include <cstdlib>
 #include <mutex>
 #include <unordered_map>
 
 using namespace archive_bytes;
+using Kind = BinaryPlistReader::Kind;
+using PlistObject = BinaryPlistReader::Object;
 
 namespace {
 
@@ -53,11 +53,19 @@ bool isValueClass(std::string_view name) {
 
 // The dictionary being read and its unkeyed value block.
 struct Frame {
-    plist_t dict;
+    PlistObject dict;
     const char* values = nullptr;
     std::uint64_t valuesSize = 0;
     std::uint64_t position = 0;
 };
+
+// The value under key in a dictionary of the property list.
+std::optional<PlistObject> itemOf(const BinaryPlistReader& plist, const PlistObject& dict,
+                                  std::string_view key) {
+    const auto index = plist.find(dict, key);
+    if (!index) return std::nullopt;
+    return plist.object(*index);
+}
 
 class BlockReader final : public SequentialReader {
 public:
@@ -87,39 +95,48 @@ private:
 struct KeyedUnarchiver::Impl {
     enum class State : std::uint8_t { NotRead, Reading, Read };
 
-    plist_t root = nullptr;
-    std::vector<plist_t> objects;
+    // Holds on to the bytes (shared, not copied): values are read in place.
+    explicit Impl(const QByteArray& data)
+        : bytes(data), plist(bytes.constData(), std::size_t(bytes.size())) {}
+
+    const QByteArray bytes;
+    BinaryPlistReader plist;
+    // The property-list index of each entry of "$objects".
+    std::vector<std::uint64_t> objects;
     std::vector<State> states;
     std::vector<std::shared_ptr<Codable>> decoded;
+    // Class names by the index of their class record.
+    std::unordered_map<std::uint64_t, std::string> classNames;
     std::vector<Frame> frames;
     BlockReader reader{frames};
     std::uint64_t references = 0;
     std::uint64_t referenceLimit = 0;
 
-    ~Impl() {
-        if (root) plist_free(root);
-    }
+    PlistObject object(std::uint64_t uid) const { return plist.object(objects[uid]); }
 
-    static Frame frameFor(plist_t dict) {
+    Frame frameFor(const PlistObject& dict) const {
         Frame f{dict};
-        plist_t values = plist_dict_get_item(dict, KeyedArchiver::kValuesKey);
-        if (values) {
-            if (plist_get_node_type(values) != PLIST_DATA)
-                damaged("an object's list of values is not data");
-            f.values = plist_get_data_ptr(values, &f.valuesSize);
+        if (auto values = plist.find(dict, KeyedArchiver::kValuesKey)) {
+            const PlistObject blob = plist.object(*values);
+            if (blob.kind != Kind::Data) damaged("an object's list of values is not data");
+            f.values = reinterpret_cast<const char*>(blob.bytes);
+            f.valuesSize = blob.count;
         }
         return f;
     }
 
-    plist_t lookup(std::string_view key) const {
-        return plist_dict_get_item(frames.back().dict, std::string(key).c_str());
+    std::optional<PlistObject> item(const PlistObject& dict, std::string_view key) const {
+        return itemOf(plist, dict, key);
     }
 
-    std::uint64_t uidOf(plist_t value, std::string_view key) const {
-        if (plist_get_node_type(value) != PLIST_UID)
+    std::optional<PlistObject> lookup(std::string_view key) const {
+        return item(frames.back().dict, key);
+    }
+
+    std::uint64_t uidOf(const PlistObject& value, std::string_view key) const {
+        if (value.kind != Kind::Uid)
             damaged(quoted(key) + " should refer to an object but holds a plain value");
-        std::uint64_t uid = 0;
-        plist_get_uid_val(value, &uid);
+        const std::uint64_t uid = BinaryPlistReader::unsignedValue(value);
         if (uid >= objects.size()) damaged(quoted(key) + " refers to a missing object");
         return uid;
     }
@@ -130,35 +147,46 @@ struct KeyedUnarchiver::Impl {
 
     // The class name of an object record, or empty when the object is a
     // plain property-list value (string, data, array).
-    std::string classNameOf(plist_t object) const {
-        if (plist_get_node_type(object) != PLIST_DICT) return {};
-        plist_t classRef = plist_dict_get_item(object, "$class");
+    const std::string& classNameOf(const PlistObject& object) {
+        static const std::string none;
+        if (object.kind != Kind::Dictionary) return none;
+        const auto classRef = item(object, "$class");
         if (!classRef) damaged("an object does not name its class");
-        std::uint64_t uid = 0;
-        if (plist_get_node_type(classRef) == PLIST_UID) plist_get_uid_val(classRef, &uid);
+        const std::uint64_t uid =
+            classRef->kind == Kind::Uid ? BinaryPlistReader::unsignedValue(*classRef) : 0;
         if (uid == 0 || uid >= objects.size()) damaged("an object's class is missing");
-        plist_t record = objects[uid];
-        plist_t name = plist_get_node_type(record) == PLIST_DICT
-                           ? plist_dict_get_item(record, "$classname")
-                           : nullptr;
-        if (!name || plist_get_node_type(name) != PLIST_STRING)
-            damaged("an object's class has no name");
-        std::uint64_t length = 0;
-        const char* text = plist_get_string_ptr(name, &length);
-        return std::string(text, std::size_t(length));
+        auto known = classNames.find(uid);
+        if (known != classNames.end()) return known->second;
+        const PlistObject record = this->object(uid);
+        const auto name =
+            record.kind == Kind::Dictionary ? item(record, "$classname") : std::nullopt;
+        if (!name || !name->isString()) damaged("an object's class has no name");
+        return classNames.emplace(uid, BinaryPlistReader::stringValue(*name)).first->second;
     }
 
-    // The record of a value class under key, or null for a missing key or
-    // the null object.
-    plist_t valueRecord(std::string_view key, const char* className, const char* what) {
-        plist_t value = lookup(key);
-        if (!value) return nullptr;
-        const std::uint64_t uid = uidOf(value, key);
-        if (uid == 0) return nullptr;
+    // The record of a value class under key, or nothing for a missing key
+    // or the null object.
+    std::optional<PlistObject> valueRecord(std::string_view key, const char* className,
+                                           const char* what) {
+        const auto value = lookup(key);
+        if (!value) return std::nullopt;
+        const std::uint64_t uid = uidOf(*value, key);
+        if (uid == 0) return std::nullopt;
         countReference();
-        plist_t object = objects[uid];
-        if (classNameOf(object) != className) damaged(quoted(key) + " is not " + what);
-        return object;
+        const PlistObject record = object(uid);
+        if (classNameOf(record) != className) damaged(quoted(key) + " is not " + what);
+        return record;
+    }
+
+    // A plain value under key, stored inline or as a reference to an
+    // entry of "$objects"; nothing for a missing key or the null object.
+    std::optional<PlistObject> plainValue(std::string_view key) {
+        auto value = lookup(key);
+        if (!value || value->kind != Kind::Uid) return value;
+        const std::uint64_t uid = uidOf(*value, key);
+        if (uid == 0) return std::nullopt;
+        countReference();
+        return object(uid);
     }
 
     std::shared_ptr<Codable> decodeAt(std::uint64_t uid, std::string_view key,
@@ -173,7 +201,8 @@ struct KeyedUnarchiver::Impl {
         case State::NotRead:
             break;
         }
-        const std::string className = classNameOf(objects[uid]);
+        const PlistObject record = object(uid);
+        const std::string& className = classNameOf(record);
         if (className.empty() || isValueClass(className))
             damaged(quoted(key) + " holds a plain value where an object was expected");
         auto factory = registry().find(className);
@@ -181,7 +210,7 @@ struct KeyedUnarchiver::Impl {
             damaged("it holds an object of unknown class \"" + className + "\"");
         if (frames.size() > kMaxObjectDepth) damaged("its objects are nested too deeply");
 
-        frames.push_back(frameFor(objects[uid]));
+        frames.push_back(frameFor(record));
         states[uid] = State::Reading;
         struct Pop {
             Impl* impl;
@@ -201,96 +230,81 @@ struct KeyedUnarchiver::Impl {
 
     // An array of object references: a "VimoArray" record's list or a plain
     // property-list array.
-    std::vector<std::shared_ptr<Codable>> decodeList(plist_t list, std::string_view key,
+    std::vector<std::shared_ptr<Codable>> decodeList(const PlistObject& list, std::string_view key,
                                                      KeyedUnarchiver& owner) {
         std::vector<std::shared_ptr<Codable>> result;
-        const std::uint32_t n = plist_array_get_size(list);
-        result.reserve(n);
-        plist_array_iter it = nullptr;
-        plist_array_new_iter(list, &it);
-        // Freed however the loop ends: decoding an element may throw.
-        const std::unique_ptr<void, void (*)(void*)> iterator(it, free);
-        for (std::uint32_t i = 0; i < n; ++i) {
-            plist_t item = nullptr;
-            plist_array_next_item(list, it, &item);
-            if (!item) break;
-            result.push_back(decodeAt(uidOf(item, key), key, owner));
-        }
+        result.reserve(std::size_t(list.count));
+        for (std::uint64_t i = 0; i < list.count; ++i)
+            result.push_back(
+                decodeAt(uidOf(plist.object(plist.reference(list, i)), key), key, owner));
         return result;
     }
 };
 
-KeyedUnarchiver::KeyedUnarchiver(const QByteArray& data) : _impl(std::make_unique<Impl>()) {
+KeyedUnarchiver::KeyedUnarchiver(const QByteArray& data) : _impl(std::make_unique<Impl>(data)) {
     static std::once_flag registered;
     std::call_once(registered, registerModelArchiveClasses);
 
-    PlistGuard::check(data.constData(), std::size_t(data.size()));
-    plist_from_bin(data.constData(), std::uint32_t(data.size()), &_impl->root);
-    plist_t root = _impl->root;
-    if (!root) damaged("its property list cannot be read");
-    auto item = [root](const char* key, plist_type type) -> plist_t {
-        if (plist_get_node_type(root) != PLIST_DICT) return nullptr;
-        plist_t v = plist_dict_get_item(root, key);
-        return v && plist_get_node_type(v) == type ? v : nullptr;
+    Impl& impl = *_impl;
+    PlistGuard::check(impl.plist, std::size_t(data.size()), PlistGuard::Limits());
+    const PlistObject root = impl.plist.object(impl.plist.rootIndex());
+    auto item = [&](const char* key, Kind kind) -> std::optional<PlistObject> {
+        if (root.kind != Kind::Dictionary) return std::nullopt;
+        auto v = impl.item(root, key);
+        return v && v->kind == kind ? v : std::nullopt;
     };
-    plist_t archiver = item("$archiver", PLIST_STRING);
-    if (!archiver || plist_string_val_compare(archiver, KeyedArchiver::kArchiverName) != 0)
+    const auto archiver =
+        root.kind == Kind::Dictionary ? impl.item(root, "$archiver") : std::nullopt;
+    if (!archiver || !archiver->isString() ||
+        !BinaryPlistReader::stringEquals(*archiver, KeyedArchiver::kArchiverName))
         throw ArchiveError("not a Vimo file");
-    plist_t top = item("$top", PLIST_DICT);
-    plist_t objects = item("$objects", PLIST_ARRAY);
-    if (!top || !objects || !item("$version", PLIST_UINT))
+    const auto top = item("$top", Kind::Dictionary);
+    const auto objects = item("$objects", Kind::Array);
+    if (!top || !objects || !item("$version", Kind::Integer))
         damaged("its archive lacks its table of objects");
 
-    const std::uint32_t n = plist_array_get_size(objects);
-    _impl->objects.reserve(n);
-    plist_array_iter it = nullptr;
-    plist_array_new_iter(objects, &it);
-    for (std::uint32_t i = 0; i < n; ++i) {
-        plist_t object = nullptr;
-        plist_array_next_item(objects, it, &object);
-        if (!object) break;
-        _impl->objects.push_back(object);
-    }
-    free(it);
-    if (_impl->objects.empty() || plist_get_node_type(_impl->objects[0]) != PLIST_STRING ||
-        plist_string_val_compare(_impl->objects[0], "$null") != 0)
+    impl.objects.reserve(std::size_t(objects->count));
+    for (std::uint64_t i = 0; i < objects->count; ++i)
+        impl.objects.push_back(impl.plist.reference(*objects, i));
+    if (impl.objects.empty() || !impl.object(0).isString() ||
+        !BinaryPlistReader::stringEquals(impl.object(0), "$null"))
         damaged("its table of objects does not start with the null object");
-    _impl->states.assign(_impl->objects.size(), Impl::State::NotRead);
-    _impl->decoded.resize(_impl->objects.size());
-    _impl->referenceLimit = 16 * std::uint64_t(_impl->objects.size()) + 65536;
-    _impl->frames.push_back(Impl::frameFor(top));
+    impl.states.assign(impl.objects.size(), Impl::State::NotRead);
+    impl.decoded.resize(impl.objects.size());
+    impl.referenceLimit = 16 * std::uint64_t(impl.objects.size()) + 65536;
+    impl.frames.push_back(impl.frameFor(*top));
 }
 
 KeyedUnarchiver::~KeyedUnarchiver() = default;
 
 bool KeyedUnarchiver::containsValueForKey(std::string_view key) const {
-    return _impl->lookup(key) != nullptr;
+    return _impl->plist.find(_impl->frames.back().dict, key).has_value();
 }
 
 std::shared_ptr<Codable> KeyedUnarchiver::decodeObject(std::string_view key) {
-    plist_t value = _impl->lookup(key);
+    const auto value = _impl->lookup(key);
     if (!value) return nullptr;
-    return _impl->decodeAt(_impl->uidOf(value, key), key, *this);
+    return _impl->decodeAt(_impl->uidOf(*value, key), key, *this);
 }
 
 std::optional<std::vector<std::shared_ptr<Codable>>>
 KeyedUnarchiver::decodeObjectArray(std::string_view key) {
-    plist_t value = _impl->lookup(key);
+    const auto value = _impl->lookup(key);
     if (!value) return std::nullopt;
-    if (plist_get_node_type(value) == PLIST_ARRAY) return _impl->decodeList(value, key, *this);
-    const std::uint64_t uid = _impl->uidOf(value, key);
+    if (value->kind == Kind::Array) return _impl->decodeList(*value, key, *this);
+    const std::uint64_t uid = _impl->uidOf(*value, key);
     if (uid == 0) return std::nullopt;
-    plist_t object = _impl->objects[uid];
-    if (plist_get_node_type(object) == PLIST_ARRAY) {
+    const PlistObject object = _impl->object(uid);
+    if (object.kind == Kind::Array) {
         _impl->countReference();
         return _impl->decodeList(object, key, *this);
     }
     if (_impl->classNameOf(object) != KeyedArchiver::kArrayClass) return std::nullopt;
     _impl->countReference();
-    plist_t list = plist_dict_get_item(object, "objects");
-    if (!list || plist_get_node_type(list) != PLIST_ARRAY)
+    const auto list = _impl->item(object, "objects");
+    if (!list || list->kind != Kind::Array)
         damaged("the array under " + quoted(key) + " has no list of objects");
-    return _impl->decodeList(list, key, *this);
+    return _impl->decodeList(*list, key, *this);
 }
 
 namespace {
@@ -302,28 +316,22 @@ struct Number {
     double real = 0;
 };
 
-Number numberOf(plist_t value, std::string_view key) {
+Number numberOf(const PlistObject& value, std::string_view key) {
     Number n;
-    switch (plist_get_node_type(value)) {
-    case PLIST_UINT: {
-        std::uint64_t u = 0;
-        plist_get_uint_val(value, &u);
+    switch (value.kind) {
+    case Kind::Integer:
         n.isInteger = true;
-        n.integer = std::int64_t(u);
+        n.integer = std::int64_t(BinaryPlistReader::unsignedValue(value));
         n.real = double(n.integer);
         return n;
-    }
-    case PLIST_REAL:
-        plist_get_real_val(value, &n.real);
+    case Kind::Real:
+        n.real = BinaryPlistReader::realValue(value);
         return n;
-    case PLIST_BOOLEAN: {
-        std::uint8_t b = 0;
-        plist_get_bool_val(value, &b);
+    case Kind::Boolean:
         n.isInteger = true;
-        n.integer = b ? 1 : 0;
+        n.integer = value.boolean ? 1 : 0;
         n.real = double(n.integer);
         return n;
-    }
     default:
         damaged(quoted(key) + " should be a number");
     }
@@ -332,16 +340,16 @@ Number numberOf(plist_t value, std::string_view key) {
 } // namespace
 
 bool KeyedUnarchiver::decodeBool(std::string_view key) {
-    plist_t value = _impl->lookup(key);
+    const auto value = _impl->lookup(key);
     if (!value) return false;
-    const Number n = numberOf(value, key);
+    const Number n = numberOf(*value, key);
     return n.isInteger ? n.integer != 0 : n.real != 0;
 }
 
 std::int64_t KeyedUnarchiver::decodeInt(std::string_view key) {
-    plist_t value = _impl->lookup(key);
+    const auto value = _impl->lookup(key);
     if (!value) return 0;
-    const Number n = numberOf(value, key);
+    const Number n = numberOf(*value, key);
     if (n.isInteger) return n.integer;
     // 2^63 is the first double outside the int64 range.
     if (!(std::fabs(n.real) < 9223372036854775808.0))
@@ -354,67 +362,51 @@ float KeyedUnarchiver::decodeFloat(std::string_view key) {
 }
 
 double KeyedUnarchiver::decodeDouble(std::string_view key) {
-    plist_t value = _impl->lookup(key);
-    return value ? numberOf(value, key).real : 0.0;
+    const auto value = _impl->lookup(key);
+    return value ? numberOf(*value, key).real : 0.0;
 }
 
 std::optional<std::string> KeyedUnarchiver::decodeString(std::string_view key) {
-    plist_t value = _impl->lookup(key);
+    const auto value = _impl->plainValue(key);
     if (!value) return std::nullopt;
-    if (plist_get_node_type(value) != PLIST_STRING) {
-        const std::uint64_t uid = _impl->uidOf(value, key);
-        if (uid == 0) return std::nullopt;
-        _impl->countReference();
-        value = _impl->objects[uid];
-        if (plist_get_node_type(value) != PLIST_STRING) damaged(quoted(key) + " is not a string");
-    }
-    std::uint64_t length = 0;
-    const char* text = plist_get_string_ptr(value, &length);
-    return std::string(text, std::size_t(length));
+    if (!value->isString()) damaged(quoted(key) + " is not a string");
+    return BinaryPlistReader::stringValue(*value);
 }
 
 std::optional<QByteArray> KeyedUnarchiver::decodeData(std::string_view key) {
-    plist_t value = _impl->lookup(key);
+    const auto value = _impl->plainValue(key);
     if (!value) return std::nullopt;
-    if (plist_get_node_type(value) != PLIST_DATA) {
-        const std::uint64_t uid = _impl->uidOf(value, key);
-        if (uid == 0) return std::nullopt;
-        _impl->countReference();
-        value = _impl->objects[uid];
-        if (plist_get_node_type(value) != PLIST_DATA) damaged(quoted(key) + " is not data");
-    }
-    std::uint64_t length = 0;
-    const char* bytes = plist_get_data_ptr(value, &length);
-    return QByteArray(bytes, qsizetype(length));
+    if (value->kind != Kind::Data) damaged(quoted(key) + " is not data");
+    return QByteArray(reinterpret_cast<const char*>(value->bytes), qsizetype(value->count));
 }
 
 namespace {
 
 // The data under name inside a value record, checked for its size.
-const char* blobOf(plist_t record, const char* name, std::uint64_t* size, const char* what) {
-    plist_t blob = plist_dict_get_item(record, name);
-    if (!blob || plist_get_node_type(blob) != PLIST_DATA)
-        damaged(std::string(what) + " is incomplete");
-    return plist_get_data_ptr(blob, size);
+const char* blobOf(const BinaryPlistReader& plist, const PlistObject& record, const char* name,
+                   std::uint64_t* size, const char* what) {
+    const auto blob = itemOf(plist, record, name);
+    if (!blob || blob->kind != Kind::Data) damaged(std::string(what) + " is incomplete");
+    *size = blob->count;
+    return reinterpret_cast<const char*>(blob->bytes);
 }
 
-std::uint64_t uintOf(plist_t record, const char* name, std::uint64_t fallback, const char* what) {
-    plist_t v = plist_dict_get_item(record, name);
+std::uint64_t uintOf(const BinaryPlistReader& plist, const PlistObject& record, const char* name,
+                     std::uint64_t fallback, const char* what) {
+    const auto v = itemOf(plist, record, name);
     if (!v) return fallback;
-    if (plist_get_node_type(v) != PLIST_UINT) damaged(std::string(what) + " is malformed");
-    std::uint64_t u = 0;
-    plist_get_uint_val(v, &u);
-    return u;
+    if (v->kind != Kind::Integer) damaged(std::string(what) + " is malformed");
+    return BinaryPlistReader::unsignedValue(*v);
 }
 
 } // namespace
 
 std::optional<Color> KeyedUnarchiver::decodeColor(std::string_view key) {
-    plist_t record = _impl->valueRecord(key, KeyedArchiver::kColorClass, "a colour");
+    const auto record = _impl->valueRecord(key, KeyedArchiver::kColorClass, "a colour");
     if (!record) return std::nullopt;
-    const std::uint64_t space = uintOf(record, "space", 0, "a colour");
+    const std::uint64_t space = uintOf(_impl->plist, *record, "space", 0, "a colour");
     std::uint64_t size = 0;
-    const char* rgba = blobOf(record, "rgba", &size, "a colour");
+    const char* rgba = blobOf(_impl->plist, *record, "rgba", &size, "a colour");
     if (space > 1 || size != 16) damaged("a colour is malformed");
     const float r = readFloat(rgba), g = readFloat(rgba + 4), b = readFloat(rgba + 8),
                 a = readFloat(rgba + 12);
@@ -422,10 +414,10 @@ std::optional<Color> KeyedUnarchiver::decodeColor(std::string_view key) {
 }
 
 std::unique_ptr<BezierPath> KeyedUnarchiver::decodeBezierPath(std::string_view key) {
-    plist_t record = _impl->valueRecord(key, KeyedArchiver::kBezierPathClass, "a path");
+    const auto record = _impl->valueRecord(key, KeyedArchiver::kBezierPathClass, "a path");
     if (!record) return nullptr;
     std::uint64_t size = 0;
-    const char* p = blobOf(record, "elements", &size, "a path");
+    const char* p = blobOf(_impl->plist, *record, "elements", &size, "a path");
     const char* end = p + size;
     auto path = std::make_unique<BezierPath>();
     while (p < end) {
@@ -450,10 +442,10 @@ std::unique_ptr<BezierPath> KeyedUnarchiver::decodeBezierPath(std::string_view k
             break;
         }
     }
-    plist_t width = plist_dict_get_item(record, "line_width");
-    if (width) path->setLineWidth(float(numberOf(width, "line_width").real));
-    const std::uint64_t join = uintOf(record, "line_join", 0, "a path");
-    const std::uint64_t winding = uintOf(record, "winding_rule", 0, "a path");
+    if (const auto width = _impl->item(*record, "line_width"))
+        path->setLineWidth(float(numberOf(*width, "line_width").real));
+    const std::uint64_t join = uintOf(_impl->plist, *record, "line_join", 0, "a path");
+    const std::uint64_t winding = uintOf(_impl->plist, *record, "winding_rule", 0, "a path");
     if (join > 2 || winding > 1) damaged("a path has an unknown line join or winding rule");
     path->setLineJoinStyle(BezierPath::LineJoin(join));
     path->setWindingRule(WindingRule(winding));
@@ -461,10 +453,11 @@ std::unique_ptr<BezierPath> KeyedUnarchiver::decodeBezierPath(std::string_view k
 }
 
 std::unique_ptr<AffineTransform> KeyedUnarchiver::decodeAffineTransform(std::string_view key) {
-    plist_t record = _impl->valueRecord(key, KeyedArchiver::kAffineTransformClass, "a transform");
+    const auto record =
+        _impl->valueRecord(key, KeyedArchiver::kAffineTransformClass, "a transform");
     if (!record) return nullptr;
     std::uint64_t size = 0;
-    const char* m = blobOf(record, "matrix", &size, "a transform");
+    const char* m = blobOf(_impl->plist, *record, "matrix", &size, "a transform");
     if (size != 24) damaged("a transform is malformed");
     return std::make_unique<AffineTransform>(AffineMatrix{readFloat(m), readFloat(m + 4),
                                                           readFloat(m + 8), readFloat(m + 12),
@@ -472,10 +465,10 @@ std::unique_ptr<AffineTransform> KeyedUnarchiver::decodeAffineTransform(std::str
 }
 
 std::optional<QImage> KeyedUnarchiver::decodeImage(std::string_view key) {
-    plist_t record = _impl->valueRecord(key, KeyedArchiver::kImageClass, "an image");
+    const auto record = _impl->valueRecord(key, KeyedArchiver::kImageClass, "an image");
     if (!record) return std::nullopt;
     std::uint64_t size = 0;
-    const char* png = blobOf(record, "png", &size, "an image");
+    const char* png = blobOf(_impl->plist, *record, "png", &size, "an image");
     QByteArray bytes = QByteArray::fromRawData(png, qsizetype(size));
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);

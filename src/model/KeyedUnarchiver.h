@@ -28,6 +28,8 @@ class KeyedUnarchiver {
 public:
     // Parses the property list; throws ArchiveError when it is not a keyed
     // archive ("not a Vimo file") or is damaged.
+    // Values are read in place: the unarchiver shares data (a copy is only
+    // a reference count), so data made with fromRawData must outlive it.
     explicit KeyedUnarchiver(const QByteArray& data);
     ~KeyedUnarchiver();
     KeyedUnarchiver(const KeyedUnarchiver&) = delete;

@@ -3,14 +3,16 @@
 #include <cstddef>
 #include <cstdint>
 
-// Checks a binary property list ("bplist00") before libplist parses it.
-// libplist builds its tree recursively and copies an object for every
-// reference to it, so a hostile file could overflow the stack with deep
-// nesting or exhaust memory with shared or cyclic containers. This walk uses
-// an explicit stack and checks the header, trailer, offset table, every
-// object's type and extent, every reference, the nesting depth, that no
-// container is reached twice, and the size of the tree libplist would build.
-// Throws ArchiveError with a reason a person understands.
+class BinaryPlistReader;
+
+// Checks a whole binary property list ("bplist00") before it is read: every
+// object reachable from the root has a known type and fits in the file,
+// every reference points at an object, dictionary keys are strings, nothing
+// nests deeper than maxDepth, no container is reached twice (no cycles, no
+// shared lists that a tree-building reader would copy without bound), and
+// the values, counted as a tree, stay within maxNodes and the leaf limits.
+// Property-list tools build such a tree, so a file that passes is safe for
+// them too. Throws ArchiveError with a reason a person understands.
 class PlistGuard {
 public:
     struct Limits {
@@ -23,4 +25,5 @@ public:
 
     static void check(const char* data, std::size_t size) { check(data, size, Limits()); }
     static void check(const char* data, std::size_t size, const Limits& limits);
+    static void check(const BinaryPlistReader& plist, std::size_t size, const Limits& limits);
 };

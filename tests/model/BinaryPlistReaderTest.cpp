@@ -1,0 +1,108 @@
+#include "model/BinaryPlistReader.h"
+#include "model/ArchiveError.h"
+#include "model/KeyedArchiver.h"
+#include "model/KeyedUnarchiver.h"
+
+#include <gtest/gtest.h>
+#include <plist/plist.h>
+
+#include <QByteArray>
+
+#include <cmath>
+#include <string>
+
+// The reader must accept every form another writer may use (libplist is the
+// other writer at hand): integer widths up to 16 bytes, negative numbers,
+// UTF-16 text, long counts, wide offsets and references.
+
+namespace {
+
+using Kind = BinaryPlistReader::Kind;
+
+QByteArray toBinary(plist_t root) {
+    char* bytes = nullptr;
+    std::uint32_t length = 0;
+    plist_to_bin(root, &bytes, &length);
+    QByteArray out(bytes, qsizetype(length));
+    plist_to_bin_free(bytes);
+    plist_free(root);
+    return out;
+}
+
+BinaryPlistReader::Object valueOf(const BinaryPlistReader& plist, const char* key) {
+    const auto root = plist.object(plist.rootIndex());
+    const auto index = plist.find(root, key);
+    EXPECT_TRUE(index.has_value()) << key;
+    return plist.object(index.value_or(plist.rootIndex()));
+}
+
+TEST(BinaryPlistReader, ReadsEveryValueKindAnotherWriterProduces) {
+    plist_t root = plist_new_dict();
+    plist_dict_set_item(root, "small", plist_new_uint(200));
+    plist_dict_set_item(root, "large", plist_new_uint(0xFEDCBA9876543210ull));
+    plist_dict_set_item(root, "negative", plist_new_uint(std::uint64_t(-5)));
+    plist_dict_set_item(root, "real", plist_new_real(-1.25e10));
+    plist_dict_set_item(root, "yes", plist_new_bool(1));
+    plist_dict_set_item(root, "no", plist_new_bool(0));
+    plist_dict_set_item(root, "ascii", plist_new_string("Drawing 1"));
+    plist_dict_set_item(root, "utf16", plist_new_string("Zeichnung \xC3\xBC \xF0\x9F\x8E\xA8"));
+    plist_dict_set_item(root,
+                        "Schl\xC3\xBC"
+                        "ssel",
+                        plist_new_string("non-ASCII key"));
+    plist_dict_set_item(root, "uid", plist_new_uid(70000));
+    const std::string blob(300, 'x');
+    plist_dict_set_item(root, "data", plist_new_data(blob.data(), blob.size()));
+    plist_t list = plist_new_array();
+    // Enough distinct objects for references wider than one byte.
+    for (int i = 0; i < 70000; ++i)
+        plist_array_append_item(list, plist_new_string(("item " + std::to_string(i)).c_str()));
+    plist_dict_set_item(root, "list", list);
+    const QByteArray bytes = toBinary(root);
+
+    const BinaryPlistReader plist(bytes.constData(), std::size_t(bytes.size()));
+    EXPECT_EQ(BinaryPlistReader::unsignedValue(valueOf(plist, "small")), 200u);
+    EXPECT_EQ(BinaryPlistReader::unsignedValue(valueOf(plist, "large")), 0xFEDCBA9876543210ull);
+    EXPECT_EQ(std::int64_t(BinaryPlistReader::unsignedValue(valueOf(plist, "negative"))), -5);
+    EXPECT_EQ(BinaryPlistReader::realValue(valueOf(plist, "real")), -1.25e10);
+    EXPECT_TRUE(valueOf(plist, "yes").boolean);
+    EXPECT_FALSE(valueOf(plist, "no").boolean);
+    EXPECT_EQ(BinaryPlistReader::stringValue(valueOf(plist, "ascii")), "Drawing 1");
+    const auto utf16 = valueOf(plist, "utf16");
+    EXPECT_EQ(utf16.kind, Kind::Utf16String);
+    EXPECT_EQ(BinaryPlistReader::stringValue(utf16), "Zeichnung \xC3\xBC \xF0\x9F\x8E\xA8");
+    EXPECT_EQ(valueOf(plist, "uid").kind, Kind::Uid);
+    EXPECT_EQ(BinaryPlistReader::unsignedValue(valueOf(plist, "uid")), 70000u);
+    const auto data = valueOf(plist, "data");
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(data.bytes), data.count), blob);
+    const auto items = valueOf(plist, "list");
+    ASSERT_EQ(items.kind, Kind::Array);
+    ASSERT_EQ(items.count, 70000u);
+    EXPECT_EQ(BinaryPlistReader::stringValue(plist.object(plist.reference(items, 69999))),
+              "item 69999");
+    EXPECT_FALSE(plist.find(plist.object(plist.rootIndex()), "missing"));
+    EXPECT_THROW(plist.object(plist.objectCount()), ArchiveError);
+}
+
+TEST(BinaryPlistReader, KeyedArchivesRewrittenByAnotherWriterStillRead) {
+    // Another writer stores the same archive with UTF-16 text where needed
+    // and its own choice of widths; the unarchiver reads it the same.
+    KeyedArchiver archiver;
+    archiver.encodeString("Fen\xC3\xAAtre \xE2\x80\x94 1", "window");
+    archiver.encodeInt(-123456789012, "count");
+    archiver.encodeDouble(0.1, "ratio");
+    archiver.encodeColor(Color::calibrated(0.25f, 0.5f, 0.75f, 1), "color");
+    const QByteArray ours = archiver.finishEncoding();
+    plist_t tree = nullptr;
+    plist_from_bin(ours.constData(), std::uint32_t(ours.size()), &tree);
+    ASSERT_TRUE(tree);
+    const QByteArray theirs = toBinary(tree);
+    ASSERT_NE(theirs, ours);
+    KeyedUnarchiver reader(theirs);
+    EXPECT_EQ(reader.decodeString("window"), "Fen\xC3\xAAtre \xE2\x80\x94 1");
+    EXPECT_EQ(reader.decodeInt("count"), -123456789012);
+    EXPECT_EQ(reader.decodeDouble("ratio"), 0.1);
+    EXPECT_EQ(reader.decodeColor("color"), Color::calibrated(0.25f, 0.5f, 0.75f, 1));
+}
+
+} // namespace
