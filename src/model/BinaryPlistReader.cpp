@@ -138,6 +138,7 @@ std::uint64_t BinaryPlistReader::reference(const Object& container, std::uint64_
 
 std::optional<std::uint64_t> BinaryPlistReader::find(const Object& dictionary,
                                                      std::string_view key) const {
+    if (dictionary.kind != Kind::Dictionary) return std::nullopt;
     for (std::uint64_t i = 0; i < dictionary.count; ++i) {
         const Object k = object(reference(dictionary, i));
         if (!k.isString()) damaged("a dictionary key is not a string");

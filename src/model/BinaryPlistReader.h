@@ -51,8 +51,8 @@ public:
     // The i-th reference of an array, or of a dictionary (keys first, then
     // values), checked to be below objectCount().
     std::uint64_t reference(const Object& container, std::uint64_t i) const;
-    // The value under key in a dictionary, if present; keys that are not
-    // strings throw.
+    // The index of the value under key (ASCII) in a dictionary, if present
+    // (nothing for other objects); keys that are not strings throw.
     std::optional<std::uint64_t> find(const Object& dictionary, std::string_view key) const;
 
     // Values of leaf objects; callers check the kind first.
