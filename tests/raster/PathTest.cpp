@@ -120,7 +120,6 @@ TEST(Path, EmptyPathFillsNothing) {
     clear(bm);
     const Path empty;
     EXPECT_EQ(empty.fillInContext(bm.cgContext(), NonZeroWindingRule), Rect{});
-    EXPECT_EQ(empty.fillInContext(bm.cgContext(), EvenOddWindingRule), Rect{});
     EXPECT_EQ(empty.boundsInContext(bm.cgContext()), Rect{});
     for (int i = 0; i < 64; ++i) ASSERT_EQ(bm.pixels()[i], 0u);
 }
@@ -161,14 +160,9 @@ TEST(Path, FillsThroughARotatedScaledTransform) {
     gc.scaleCTM(2, 2);
     std::vector<PathElement> e;
     square(e, 4, 5, 10); // world x 4..14, y 5..15 -> bitmap x 30..50, y 8..28
-    const Rect r = Path(e).fillInContext(bm.cgContext(), NonZeroWindingRule);
-    EXPECT_EQ(r, (Rect{4, 5, 10, 10})); // world coordinates
-    int painted = 0;
-    for (int y = 0; y < 64; ++y)
-        for (int x = 0; x < 64; ++x) {
-            const bool inside = x >= 30 && x < 50 && y >= 8 && y < 28;
-            ASSERT_EQ(alpha(bm.at(x, y)), inside ? 255u : 0u) << x << "," << y;
-            painted += inside;
-        }
-    EXPECT_EQ(painted, 400);
+    EXPECT_EQ(Path(e).fillInContext(bm.cgContext(), NonZeroWindingRule), (Rect{4, 5, 10, 10}));
+    EXPECT_EQ(alpha(bm.at(30, 8)), 255u);
+    EXPECT_EQ(alpha(bm.at(49, 27)), 255u);
+    EXPECT_EQ(alpha(bm.at(50, 27)), 0u);
+    EXPECT_EQ(alpha(bm.at(8, 10)), 0u); // where the square would be untransformed
 }
