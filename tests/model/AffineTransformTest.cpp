@@ -21,10 +21,6 @@ TEST(AffineTransform, NewStepsApplyFirstAndAppendPrependOrderWholeTransforms) {
     EXPECT_NEAR(prepended.transformPoint({1, 0}).y, 2, 1e-5);
 }
 
-TEST(AffineTransform, ConversionsKeepTheSixNumbersAndNullGivesZeros) {
-    const AffineMatrix m{1.5f, 2, 3, 4, 5, 6};
-    const AffineTransform t = CGTransformToNSTransform(m);
-    EXPECT_EQ(t.transformStruct(), m);
-    EXPECT_EQ(NSTransformToCGTransform(&t), m);
+TEST(AffineTransform, NullConvertsToTheZeroMatrix) {
     EXPECT_EQ(NSTransformToCGTransform(nullptr), AffineMatrix::zero());
 }

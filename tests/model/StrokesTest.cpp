@@ -171,22 +171,6 @@ TEST_F(StrokesTest, MergeAndDuplicateWorkOnDeepCopies) {
     EXPECT_NE(list.strokeAtIndex(3)->bezierPath(), y->bezierPath());
 }
 
-TEST_F(StrokesTest, ReadingDropsBadStrokesWithALogLine) {
-    const auto nothing = Stroke::initWithBezierPath(nullptr, Color::red(), 0, 1);
-    for (const auto& s : {rectStroke({0, 0, 3, 3}, Color::green(), 2, 0.5f), nothing,
-                          rectStroke({5, 5, 1, 1}), nothing})
-        list.addStroke(s);
-    LogCapture log;
-    auto read = std::dynamic_pointer_cast<Strokes>(
-        KeyedUnarchiver::unarchiveObjectWithData(KeyedArchiver::archivedDataWithRootObject(list)));
-    ASSERT_NE(read, nullptr);
-    ASSERT_EQ(read->count(), 2);
-    EXPECT_EQ(read->strokeAtIndex(0)->transferMode(), 2);
-    EXPECT_EQ(read->strokeAtIndex(1)->bounds(), (Rect{5, 5, 1, 1}));
-    EXPECT_EQ(log.lines(),
-              (std::vector<std::string>(2, "Bad stroke found in save file -- ignoring.")));
-}
-
 class StrokesRedrawTest : public StrokesTest {
 protected:
     VimoCanvas canvas{Size{64, 48}};
