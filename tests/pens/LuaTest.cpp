@@ -289,19 +289,6 @@ TEST_F(LuaTest, CallbackObjectsAreSweptAtTheEndOfTheCall) {
     EXPECT_TRUE(alerts.alerts.empty());
 }
 
-TEST_F(LuaTest, CallFunctionPassesArguments) {
-    auto lua = running("old_style.lua");
-    const int status = lua->callFunction("pen_down", [](lua_State* L) {
-        lua_newtable(L);
-        lua_pushnumber(L, 1);
-        lua_setfield(L, -2, "x");
-        lua_pushnumber(L, 0);
-        return 2;
-    });
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(lua->getGlobalNumber("touched"), 1.0f);
-}
-
 class Translations : public QTranslator {
 public:
     QString translate(const char* context, const char* sourceText, const char*,

@@ -35,10 +35,6 @@ void square(std::vector<PathElement>& out, float x, float y, float s, bool ccw =
     out.push_back(el(ClosePathElement));
 }
 
-void clear(Bitmap& bm) {
-    std::fill(bm.pixels(), bm.pixels() + bm.width() * bm.height(), 0u);
-}
-
 std::uint32_t alpha(std::uint32_t px) {
     return px >> 24;
 }
@@ -86,7 +82,7 @@ TEST(Path, NonZeroBatchesDoNotCancelEachOther) {
             square(e, 20, 20, 20, false);
         }
         auto bm = std::make_unique<Bitmap>(Size{64, 64});
-        clear(*bm);
+        bm->fill(0);
         const Rect r = Path(e).fillInContext(bm->cgContext(), NonZeroWindingRule);
         EXPECT_EQ(r, (Rect{10, 10, 52, 52}));
         return bm;
@@ -106,18 +102,18 @@ TEST(Path, EvenOddLeavesHolesWhereNonZeroFills) {
     square(e, 10, 10, 12); // same direction, inside
     const Path path(e);
     Bitmap bm(Size{32, 32});
-    clear(bm);
+    bm.fill(0);
     EXPECT_EQ(path.fillInContext(bm.cgContext(), EvenOddWindingRule), (Rect{4, 4, 24, 24}));
     EXPECT_EQ(alpha(bm.at(15, 15)), 0u);
     EXPECT_EQ(alpha(bm.at(6, 6)), 255u);
-    clear(bm);
+    bm.fill(0);
     path.fillInContext(bm.cgContext(), NonZeroWindingRule);
     EXPECT_EQ(alpha(bm.at(15, 15)), 255u);
 }
 
 TEST(Path, EmptyPathFillsNothing) {
     Bitmap bm(Size{8, 8});
-    clear(bm);
+    bm.fill(0);
     const Path empty;
     EXPECT_EQ(empty.fillInContext(bm.cgContext(), NonZeroWindingRule), Rect{});
     EXPECT_EQ(empty.boundsInContext(bm.cgContext()), Rect{});
@@ -126,7 +122,7 @@ TEST(Path, EmptyPathFillsNothing) {
 
 TEST(Path, StrokeReturnsBoundsGrownByAFullLineWidth) {
     Bitmap bm(Size{32, 32});
-    clear(bm);
+    bm.fill(0);
     CGContextWrapper& w = bm.cgContext();
     w.setLineWidth(4);
     w.setStrokeColor(Color::red());
@@ -153,7 +149,7 @@ TEST(Path, BoundsIncludeControlPointsAndStayLoaded) {
 TEST(Path, FillsThroughARotatedScaledTransform) {
     // The bitmap's world transform: scale 2, quarter turn, moved right.
     Bitmap bm(Size{64, 64});
-    clear(bm);
+    bm.fill(0);
     GraphicsContext& gc = bm.graphicsContext();
     gc.translateCTM(60, 0);
     gc.rotateCTM(float(std::numbers::pi / 2));
