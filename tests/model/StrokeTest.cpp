@@ -214,41 +214,6 @@ TEST(StrokeImage, DrawsUprightAtTwiceItsSize) {
     EXPECT_EQ(bm.at(2, 2), RED); // a 2x2 source block covers 4x4 pixels
 }
 
-TEST(StrokePainting, PenOutlineFillsTheUnionWhereCirclesAndQuadsOverlap) {
-    // A trace doubling back on itself: circles, quads and the returning
-    // quads overlap; under non-zero every overlap must be painted.
-    auto points = penTrace({{10, 20}, {40, 20}, {40, 30}, {12, 24}, {25, 12}}, 4);
-    auto stroke = Stroke::initWithPenPoints(points, Color::black(), 0, 1);
-    ASSERT_NE(stroke, nullptr);
-    Bitmap bm(Size{64, 48});
-    std::memset(bm.pixels(), 0, 64 * 48 * 4);
-    stroke->drawInContext(bm.cgContext());
-    const BezierPath& outline = *stroke->bezierPath();
-    int overlapsChecked = 0;
-    for (int y = 0; y < 48; ++y)
-        for (int x = 0; x < 64; ++x) {
-            // Pixels wholly inside or wholly outside the union (judged on a
-            // grid over the pixel) must be painted or left alone; a wrongly
-            // turned subpath would leave holes where shapes overlap. Slivers
-            // finer than the grid may cost a few levels.
-            int inside = 0, maxWinding = 0;
-            for (int j = 0; j <= 4; ++j)
-                for (int i = 0; i <= 4; ++i) {
-                    const int w = outline.windingCountAtPoint(
-                        {float(x) + float(i) / 4, float(y) + float(j) / 4});
-                    inside += w != 0;
-                    maxWinding = std::max(maxWinding, w);
-                }
-            if (inside == 25) {
-                EXPECT_GE(alphaOf(bm.at(x, y)), 250u) << x << ", " << y;
-                overlapsChecked += maxWinding >= 2;
-            } else if (inside == 0) {
-                EXPECT_LE(alphaOf(bm.at(x, y)), 5u) << x << ", " << y;
-            }
-        }
-    EXPECT_GT(overlapsChecked, 50);
-}
-
 // The document round trip compares every kind of stroke read back; here,
 // what each kind writes: a line width only for outlines, no path for pen
 // strokes (their outline is rebuilt), no colour for images.

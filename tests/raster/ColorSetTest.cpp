@@ -55,15 +55,6 @@ TEST(ColorSet, MedianMeetsFromBothEndsTiesGoDown) {
     EXPECT_EQ(boxOf(h).median(2), 128);
 }
 
-TEST(ColorSet, CutPartitionsInPlace) {
-    std::vector<std::uint32_t> c = {0x00005000u, 0x00001000u, 0x00009000u, 0x00002000u,
-                                    0x00005000u};
-    ColorSet box = boxOf(c);
-    const int split = box.cut(0, 0x50);
-    EXPECT_EQ(split, 4);
-    for (int i = 0; i < 5; ++i) EXPECT_EQ(((c[std::size_t(i)] >> 8 & 0xFF) <= 0x50), i < split);
-}
-
 TEST(ColorSet, SplitsOnTheWidestOfGreenBlueAndAlpha) {
     // Red has by far the widest range but is never split on; alpha is.
     std::vector<std::uint32_t> c = {0x100000FFu, 0x80000000u, 0x10000000u, 0x90000000u};

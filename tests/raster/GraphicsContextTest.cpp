@@ -100,28 +100,6 @@ TEST(GraphicsContext, PathRulesAndBounds) {
     EXPECT_EQ(alpha(bm.at(12, 2)), 0u);
 }
 
-TEST(GraphicsContext, AntialiasOffPaintsWholePixelsOnly) {
-    Bitmap bm(Size{40, 40});
-    bm.fill(TRANSPARENT);
-    GraphicsContext& gc = bm.graphicsContext();
-    gc.setShouldAntialias(false);
-    gc.moveToPoint(3.3f, 4.1f);
-    gc.addCurveToPoint(30.7f, 2.2f, 36.1f, 35.5f, 10.2f, 30.9f);
-    gc.closePath();
-    gc.fillPath();
-    gc.moveToPoint(2.2f, 37.3f);
-    gc.addLineToPoint(37.7f, 20.1f);
-    gc.setLineWidth(2.5f);
-    gc.strokePath();
-    int painted = 0;
-    for (int i = 0; i < 40 * 40; ++i) {
-        const std::uint32_t a = alpha(bm.pixels()[i]);
-        ASSERT_TRUE(a == 0 || a == 255) << a;
-        painted += a == 255;
-    }
-    EXPECT_GT(painted, 300);
-}
-
 TEST(GraphicsContext, StrokesWithWidthJoinAndStrokeColour) {
     Bitmap bm(Size{40, 40});
     GraphicsContext& gc = bm.graphicsContext();
