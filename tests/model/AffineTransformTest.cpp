@@ -19,8 +19,6 @@ TEST(AffineTransform, NewStepsApplyFirstAndAppendPrependOrderWholeTransforms) {
     prepended.prependTransform(turn);
     EXPECT_NEAR(prepended.transformPoint({1, 0}).x, 20, 1e-5);
     EXPECT_NEAR(prepended.transformPoint({1, 0}).y, 2, 1e-5);
-}
-
-TEST(AffineTransform, NullConvertsToTheZeroMatrix) {
+    // No transform at all converts to the zero matrix.
     EXPECT_EQ(NSTransformToCGTransform(nullptr), AffineMatrix::zero());
 }

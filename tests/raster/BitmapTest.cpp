@@ -75,7 +75,7 @@ TEST(Bitmap, FillRectIncludesTheFarEdgesAndClampsFirst) {
     }
 }
 
-TEST(Bitmap, CopyRectUsesEachBitmapsOwnRows) {
+TEST(Bitmap, CopiesUseEachBitmapsOwnRows) {
     Bitmap from(Size{5, 4}), to(Size{5, 4});
     fillWithTags(from);
     to.fill(0);
@@ -88,6 +88,13 @@ TEST(Bitmap, CopyRectUsesEachBitmapsOwnRows) {
     to.fill(0);
     from.copyAllTo(to);
     EXPECT_EQ(std::memcmp(from.pixels(), to.pixels(), 5 * 4 * 4), 0);
+
+    // A new bitmap copied from another keeps the pixels but not the transform.
+    from.rotate(0.3f);
+    auto copy = Bitmap::initWithCopy(from);
+    EXPECT_TRUE(copy->transform().isIdentity());
+    EXPECT_EQ(copy->size(), from.size());
+    EXPECT_EQ(std::memcmp(copy->pixels(), from.pixels(), 5 * 4 * 4), 0);
 }
 
 TEST(Bitmap, FlipYSwapsMirroredRowsOnly) {
@@ -111,7 +118,7 @@ TEST(Bitmap, ColorAtTruncatesAndClamps) {
     EXPECT_EQ(bm.colorAt({INFINITY, -INFINITY}), tag(5, 0));
 }
 
-TEST(Bitmap, EmptyBitmapsTakeEveryOperation) {
+TEST(Bitmap, EmptyBitmapsTakeEveryOperationAndHugeOnesAreRefused) {
     for (Size size :
          {Size{0, 0}, Size{5, 0}, Size{0, 5}, Size{-3, 4}, Size{NAN, 2}, Size{0.5f, 9}}) {
         Bitmap bm(size);
@@ -134,9 +141,7 @@ TEST(Bitmap, EmptyBitmapsTakeEveryOperation) {
         bm.drawInRect(painter, Rect{0, 0, 4, 4});
         bm.drawScaledInRect(painter, Rect{0, 0, 4, 4});
     }
-}
-
-TEST(Bitmap, HugeSizesAreRefused) {
+    // Huge sizes are refused.
     EXPECT_THROW(Bitmap(Size{1e6f, 1e6f}), std::bad_alloc);
     EXPECT_THROW(Bitmap(Size{INFINITY, 1}), std::bad_alloc);
 }
@@ -155,10 +160,9 @@ TEST(Bitmap, WorldTransformGoesThroughTheContext) {
     const Point p = bm.worldPointToBitmapPoint({1, 2});
     EXPECT_NEAR(p.x, 3, 1e-5);
     EXPECT_NEAR(p.y, 8, 1e-5);
-}
 
-TEST(Bitmap, WorldRectMapsToTheBoundingBoxOfItsCorners) {
-    Bitmap bm(Size{10, 10});
+    // Rectangles map to the bounding box of their corners.
+    bm.setTransform(AffineMatrix::identity());
     bm.rotate(float(std::numbers::pi / 4));
     const Rect r = bm.worldRectToBitmapRect(Rect{0, 0, 2, 2});
     const float h = float(std::sqrt(2.0));
@@ -170,17 +174,6 @@ TEST(Bitmap, WorldRectMapsToTheBoundingBoxOfItsCorners) {
     Bitmap flipped(Size{10, 10});
     flipped.scale(-1);
     EXPECT_EQ(flipped.worldRectToBitmapRect(Rect{1, 2, 3, 4}), (Rect{-4, -6, 3, 4}));
-}
-
-TEST(Bitmap, CopyKeepsPixelsButNotTheTransform) {
-    Bitmap bm(Size{7, 3});
-    fillWithTags(bm);
-    bm.rotate(0.3f);
-    bm.translate({4, -2});
-    auto copy = Bitmap::initWithCopy(bm);
-    EXPECT_TRUE(copy->transform().isIdentity());
-    EXPECT_EQ(copy->size(), bm.size());
-    EXPECT_EQ(std::memcmp(copy->pixels(), bm.pixels(), 7 * 3 * 4), 0);
 }
 
 TEST(Bitmap, DrawInRectShowsTheBitmapUprightInAYUpPainter) {
