@@ -244,6 +244,10 @@ public:
         plist_get_uid_val(plist_dict_get_item(record, key), &uid);
         return plist_array_get_item(objects, std::uint32_t(uid));
     }
+    // Sets key of the root's record (of null) or of the record under of.
+    void set(const char* of, const char* key, plist_t value) const {
+        plist_dict_set_item(of ? recordOf(of) : record, key, value);
+    }
     std::string read() const {
         char* bytes = nullptr;
         std::uint32_t length = 0;
@@ -264,69 +268,40 @@ private:
 
 TEST_F(HostileArchiveTest, BrokenObjectGraphsAreRefused) {
     const auto tree = ArchiveTestNode::sampleTree();
-    using Edit = std::function<void(ArchiveSurgery&)>;
-    const std::vector<std::pair<const char*, Edit>> edits = {
+    using S = ArchiveSurgery;
+    const std::vector<std::pair<const char*, std::function<void(S&)>>> edits = {
         {"object refers to itself",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.record, "child", plist_new_uid(s.rootUid));
-         }},
-        {"reference past the table",
-         [](ArchiveSurgery& s) { plist_dict_set_item(s.record, "child", plist_new_uid(99999)); }},
-        {"number where an object belongs",
-         [](ArchiveSurgery& s) { plist_dict_set_item(s.record, "child", plist_new_uint(3)); }},
-        {"string where a number belongs",
-         [](ArchiveSurgery& s) { plist_dict_set_item(s.record, "number", plist_new_string("7")); }},
-        {"class reference not a UID",
-         [](ArchiveSurgery& s) { plist_dict_set_item(s.record, "$class", plist_new_uint(1)); }},
+         [](S& s) { s.set(nullptr, "child", plist_new_uid(s.rootUid)); }},
+        {"reference past the table", [](S& s) { s.set(nullptr, "child", plist_new_uid(99999)); }},
+        {"number where an object is", [](S& s) { s.set(nullptr, "child", plist_new_uint(3)); }},
+        {"string where a number is", [](S& s) { s.set(nullptr, "number", plist_new_string("7")); }},
+        {"class reference not a UID", [](S& s) { s.set(nullptr, "$class", plist_new_uint(1)); }},
         {"class record without a name",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.record, "$class", plist_new_uid(s.rootUid));
-         }},
+         [](S& s) { s.set(nullptr, "$class", plist_new_uid(s.rootUid)); }},
         {"no null object first",
-         [](ArchiveSurgery& s) { plist_array_set_item(s.objects, plist_new_string("x"), 0); }},
-        {"no object table",
-         [](ArchiveSurgery& s) { plist_dict_remove_item(s.root(), "$objects"); }},
+         [](S& s) { plist_array_set_item(s.objects, plist_new_string("x"), 0); }},
+        {"no object table", [](S& s) { plist_dict_remove_item(s.root(), "$objects"); }},
         {"colour of 3 numbers",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.recordOf("color"), "rgba", plist_new_data("123456789012", 12));
-         }},
-        {"colour in an unknown space",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.recordOf("color"), "space", plist_new_uint(9));
-         }},
+         [](S& s) { s.set("color", "rgba", plist_new_data("123456789012", 12)); }},
+        {"colour in an unknown space", [](S& s) { s.set("color", "space", plist_new_uint(9)); }},
         {"path element of unknown type",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.recordOf("path"), "elements", plist_new_data("\x09", 1));
-         }},
+         [](S& s) { s.set("path", "elements", plist_new_data("\x09", 1)); }},
         {"path cut in mid-element",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.recordOf("path"), "elements", plist_new_data("\x00\x01\x02", 3));
-         }},
+         [](S& s) { s.set("path", "elements", plist_new_data("\x00\x01\x02", 3)); }},
         {"path with unknown winding rule",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.recordOf("path"), "winding_rule", plist_new_uint(2));
-         }},
+         [](S& s) { s.set("path", "winding_rule", plist_new_uint(2)); }},
         {"transform of 5 numbers",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.recordOf("transform"), "matrix",
-                                 plist_new_data("01234567890123456789", 20));
-         }},
+         [](S& s) { s.set("transform", "matrix", plist_new_data("01234567890123456789", 20)); }},
         {"image that is not a PNG",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.recordOf("image"), "png", plist_new_data("\x89PNG junk", 9));
-         }},
+         [](S& s) { s.set("image", "png", plist_new_data("\x89PNG junk", 9)); }},
         {"values shorter than their count",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.record, "$values", plist_new_data("\x00\x00\x00\x00\x09", 5));
-         }},
+         [](S& s) { s.set(nullptr, "$values", plist_new_data("\x00\x00\x00\x00\x09", 5)); }},
         {"values that are not data",
-         [](ArchiveSurgery& s) {
-             plist_dict_set_item(s.record, "$values", plist_new_string("x"));
-         }},
+         [](S& s) { s.set(nullptr, "$values", plist_new_string("x")); }},
         {"array without its list",
-         [](ArchiveSurgery& s) { plist_dict_remove_item(s.recordOf("children"), "objects"); }},
+         [](S& s) { plist_dict_remove_item(s.recordOf("children"), "objects"); }},
         {"array listing a colour",
-         [](ArchiveSurgery& s) {
+         [](S& s) {
              plist_t list = plist_dict_get_item(s.recordOf("children"), "objects");
              plist_array_set_item(list, plist_copy(plist_dict_get_item(s.record, "color")), 0);
          }},
@@ -362,8 +337,7 @@ TEST_F(HostileArchiveTest, HugeImagesAreRefusedBeforeDecoding) {
     qToBigEndian(std::uint32_t(crc32(0, reinterpret_cast<const Bytef*>(png.constData() + 12), 17)),
                  crc);
     png += QByteArray(crc, 4);
-    plist_dict_set_item(surgery.recordOf("image"), "png",
-                        plist_new_data(png.constData(), std::uint64_t(png.size())));
+    surgery.set("image", "png", plist_new_data(png.constData(), std::uint64_t(png.size())));
     EXPECT_TRUE(surgery.read().starts_with("the file is damaged"));
 }
 

@@ -6,10 +6,10 @@
 
 #include "model/AffineTransform.h"
 #include "model/BezierPath.h"
+#include "model/DocumentFile.h"
 #include "model/PenPoints.h"
 #include "model/Stroke.h"
 #include "model/Strokes.h"
-#include "model/DocumentFile.h"
 
 #include <QImage>
 #include <QPainter>

@@ -88,14 +88,12 @@ TEST(StrokeBounds, PathIsSharedAndMergingKeepsTheFirstBounds) {
     EXPECT_EQ(stroke->bounds(), (Rect{0, 0, 25, 10}));
     EXPECT_EQ(stroke->cgPath()->elementCount(), 10);
 
+    // Merged into a pen stroke: its samples no longer describe the outline.
     auto pen = Stroke::initWithPenPoints(penTrace({{0, 0}, {10, 0}}), Color::blue(), 0, 1);
-    ASSERT_NE(pen, nullptr);
     const Rect first = pen->bounds();
-    const int elements = pen->bezierPath()->elementCount();
     pen->appendBezierPathKeepingBounds(BezierPath::bezierPathWithRect({100, 100, 5, 5}));
     EXPECT_EQ(pen->penPoints(), nullptr);
     EXPECT_EQ(pen->bounds(), first);
-    EXPECT_EQ(pen->cgPath()->elementCount(), elements + 5);
     pen->transformUsingAffineTransform(AffineTransform());
     EXPECT_EQ(pen->bounds().maxX(), 105);
 }
@@ -216,70 +214,28 @@ TEST(StrokeImage, DrawsUprightAtTwiceItsSize) {
     EXPECT_EQ(bm.at(2, 2), RED); // a 2x2 source block covers 4x4 pixels
 }
 
-TEST(StrokePainting, PenOutlineFillsTheUnionWhereCirclesAndQuadsOverlap) {
-    // A trace doubling back on itself: circles, quads and the returning
-    // quads overlap; under non-zero every overlap must be painted.
-    auto points = penTrace({{10, 20}, {40, 20}, {40, 30}, {12, 24}, {25, 12}}, 4);
-    auto stroke = Stroke::initWithPenPoints(points, Color::black(), 0, 1);
-    ASSERT_NE(stroke, nullptr);
-    Bitmap bm(Size{64, 48});
-    std::memset(bm.pixels(), 0, 64 * 48 * 4);
-    stroke->drawInContext(bm.cgContext());
-    const BezierPath& outline = *stroke->bezierPath();
-    int overlapsChecked = 0;
-    for (int y = 0; y < 48; ++y)
-        for (int x = 0; x < 64; ++x) {
-            // Pixels wholly inside or wholly outside the union (judged on a
-            // grid over the pixel) must be painted or left alone; a wrongly
-            // turned subpath would leave holes where shapes overlap. Slivers
-            // finer than the grid may cost a few levels.
-            int inside = 0, maxWinding = 0;
-            for (int j = 0; j <= 4; ++j)
-                for (int i = 0; i <= 4; ++i) {
-                    const int w = outline.windingCountAtPoint(
-                        {float(x) + float(i) / 4, float(y) + float(j) / 4});
-                    inside += w != 0;
-                    maxWinding = std::max(maxWinding, w);
-                }
-            if (inside == 25) {
-                EXPECT_GE(alphaOf(bm.at(x, y)), 250u) << x << ", " << y;
-                overlapsChecked += maxWinding >= 2;
-            } else if (inside == 0) {
-                EXPECT_LE(alphaOf(bm.at(x, y)), 5u) << x << ", " << y;
-            }
-        }
-    EXPECT_GT(overlapsChecked, 50);
-}
-
-TEST(StrokeCoding, EachKindRoundTrips) {
+// The document round trip compares every kind of stroke read back; here,
+// what each kind writes: a line width only for outlines, no path for pen
+// strokes (their outline is rebuilt), no colour for images.
+TEST(StrokeCoding, EachKindWritesOnlyItsOwnKeys) {
     auto path = rectPath({1, 2, 3, 4});
     auto filled = Stroke::initWithBezierPath(path, Color::device(0.1f, 0.2f, 0.3f, 0.4f), 5, 0.25f);
     const QByteArray filledData = encodedKeys(*filled);
     EXPECT_FALSE(KeyedUnarchiver(filledData).containsValueForKey("line_width"));
-    auto f = decoded(filledData);
-    EXPECT_EQ(*f->bezierPath(), *path);
-    EXPECT_EQ(f->color(), filled->color());
-    EXPECT_EQ(f->transferMode(), 5);
-    EXPECT_EQ(f->opacity(), 0.25f);
-    EXPECT_FALSE(f->drawAsStroke());
+    EXPECT_FALSE(decoded(filledData)->drawAsStroke());
 
     path->setLineWidth(6);
-    auto outlined = Stroke::initWithBezierStroke(path, Color::red(), 0, 1);
-    const QByteArray outlinedData = encodedKeys(*outlined);
+    const QByteArray outlinedData =
+        encodedKeys(*Stroke::initWithBezierStroke(path, Color::red(), 0, 1));
     EXPECT_TRUE(KeyedUnarchiver(outlinedData).containsValueForKey("line_width"));
     auto o = decoded(outlinedData);
     EXPECT_TRUE(o->drawAsStroke());
-    EXPECT_EQ(o->lineWidth(), 6);
     EXPECT_EQ(o->bounds(), (Rect{-2, -1, 9, 10}));
 
-    auto points = penTrace({{0, 0}, {20.5f, 3}});
-    auto pen = Stroke::initWithPenPoints(points, Color::black(), 2, 1);
+    auto pen = Stroke::initWithPenPoints(penTrace({{0, 0}, {20.5f, 3}}), Color::black(), 2, 1);
     const QByteArray penData = encodedKeys(*pen);
     EXPECT_FALSE(KeyedUnarchiver(penData).containsValueForKey("path"));
-    auto p = decoded(penData);
-    ASSERT_NE(p->penPoints(), nullptr);
-    EXPECT_EQ(p->penPoints()->points(), points->points());
-    EXPECT_EQ(*p->bezierPath(), *pen->bezierPath());
+    EXPECT_EQ(*decoded(penData)->bezierPath(), *pen->bezierPath());
 
     QImage picture(3, 2, QImage::Format_ARGB32);
     picture.fill(0x80402010);
@@ -288,14 +244,6 @@ TEST(StrokeCoding, EachKindRoundTrips) {
     ASSERT_TRUE(i->isImageStroke());
     EXPECT_EQ(*i->image(), *placed->image());
     EXPECT_FALSE(i->color().has_value());
-    EXPECT_EQ(i->opacity(), 0.7f);
-    EXPECT_EQ(*i->bezierPath(), *placed->bezierPath());
-
-    // Deep copies go through the registered class.
-    auto copy = copyWithArchiver(*outlined);
-    ASSERT_NE(copy, nullptr);
-    EXPECT_NE(copy->bezierPath(), outlined->bezierPath());
-    EXPECT_EQ(*copy->bezierPath(), *outlined->bezierPath());
 }
 
 TEST(StrokeCoding, PenPointsWinOverPathAndUnknownModesAreBad) {

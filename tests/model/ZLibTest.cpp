@@ -67,16 +67,15 @@ TEST(VimoFileDataTest, WrapsArchivesAndReadsThemBack) {
     ASSERT_TRUE(read.isValid());
     EXPECT_TRUE(read.wasCompressed());
     EXPECT_EQ(read.archive(), archive);
-}
 
-TEST(VimoFileDataTest, ContentWithoutTrailerIsTakenAsAnUncompressedArchive) {
+    // Content without the trailer is taken as an uncompressed archive.
     for (const QByteArray& content :
          {QByteArray(), QByteArray("VIMO"), QByteArray("bplist00 earlier format"),
           QByteArray("VIMO0100ZLI"), QByteArray("xVIMO0100ZLIBx")}) {
-        const VimoFileData read = VimoFileData::archiveFromFileData(content);
-        EXPECT_TRUE(read.isValid());
-        EXPECT_FALSE(read.wasCompressed());
-        EXPECT_EQ(read.archive(), content);
+        const VimoFileData plain = VimoFileData::archiveFromFileData(content);
+        EXPECT_TRUE(plain.isValid());
+        EXPECT_FALSE(plain.wasCompressed());
+        EXPECT_EQ(plain.archive(), content);
     }
 }
 

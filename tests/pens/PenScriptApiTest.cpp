@@ -9,8 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-
 namespace {
 
 // A pen tool whose current pen type is tests/data/pens/api/api.lua, with the
@@ -54,9 +52,7 @@ TEST_P(ApiErrorTest, RaisesTheExactErrorAndCarriesOn) {
     }
     rig.alerts.clear();
 
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_NE(run(c.code), 0);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
     ASSERT_EQ(rig.alerts.alerts.size(), 1u);
     EXPECT_EQ(rig.alerts.alerts[0].title, "Runtime error");
     // Lua puts the script position in front, as for any error it raises.
@@ -122,18 +118,14 @@ TEST_F(ApiTest, MissingFieldsDefault) {
 TEST_F(ApiTest, PenSettingsRoundTrip) {
     ASSERT_EQ(run("set_pen_color({red = 1, blue = 0.5})"
                   "set_pen_opacity(0.25) set_pen_radius(9) set_pen_transfer_mode('ERASE')"
-                  "c = get_pen_color() r, g, b, a = c.red, c.green, c.blue, c.alpha "
-                  "o, rad, m = get_pen_opacity(), get_pen_radius(), get_pen_transfer_mode()"
-                  "set_pen_transfer_mode('highlight') m2 = get_pen_transfer_mode()"),
+                  "local c = get_pen_color() got = string.format('%g %g %g %g %g %g %s',"
+                  " c.red, c.green, c.blue, c.alpha, get_pen_opacity(), get_pen_radius(),"
+                  " get_pen_transfer_mode())"
+                  "set_pen_transfer_mode('highlight') m = get_pen_transfer_mode()"),
               0);
     EXPECT_EQ(rig.pen.color(), Color::calibrated(1, 0, 0.5f, 1));
-    EXPECT_EQ(number("r"), 1);
-    EXPECT_EQ(number("b"), 0.5);
-    EXPECT_EQ(number("a"), 1);
-    EXPECT_EQ(number("o"), 0.25);
-    EXPECT_EQ(number("rad"), 9);
-    EXPECT_EQ(text("m"), "erase");
-    EXPECT_EQ(text("m2"), "normal");
+    EXPECT_EQ(text("got"), "1 0 0.5 1 0.25 9 erase");
+    EXPECT_EQ(text("m"), "normal"); // an unknown name
     EXPECT_EQ(rig.pen.transferMode(), 0);
 }
 
@@ -142,29 +134,19 @@ TEST_F(ApiTest, PenSettingsRoundTrip) {
 TEST_F(ApiTest, CallbacksSeeTheEvent) {
     rig.view.canvas()->setTransform(AffineMatrix::makeScale(2, 2));
     rig.pen.setRadius(10);
-    ASSERT_EQ(run("function action(p, r) mx, my, mr, mp = p.x, p.y, r, pressure()"
-                  " shift, opt, caps, ctrl, cmd = shift_down(), option_down(),"
-                  " caps_lock_down(), control_down(), command_down() s = scale() end "
+    ASSERT_EQ(run("function action(p, r) moved = table.concat({p.x, p.y, r, pressure(),"
+                  " tostring(shift_down()), tostring(option_down()), tostring(caps_lock_down()),"
+                  " tostring(control_down()), tostring(command_down()), scale()}, ' ') end "
                   "function up_action() up_pressure = pressure() end"),
               0);
     rig.down({40, 60}, 0.7f);
     rig.move({50, 70}, 0.5f, ToolEvent::ShiftKey | ToolEvent::CommandKey);
     rig.up();
     EXPECT_TRUE(rig.alerts.alerts.empty());
-    ASSERT_EQ(run("dx, dy, dr = down_point.x, down_point.y, down_radius"), 0);
-    EXPECT_EQ(number("dx"), 20);
-    EXPECT_EQ(number("dy"), 30);
-    EXPECT_EQ(number("dr"), 0);
-    EXPECT_EQ(number("mx"), 25);
-    EXPECT_EQ(number("my"), 35);
-    EXPECT_FLOAT_EQ(float(number("mr")), 2.5f); // 10 x 0.5 / 2
-    EXPECT_FLOAT_EQ(float(number("mp")), 0.5f);
-    EXPECT_EQ(number("s"), 2);
-    EXPECT_TRUE(lua.getGlobalBoolean("shift", false));
-    EXPECT_TRUE(lua.getGlobalBoolean("cmd", false));
-    EXPECT_FALSE(lua.getGlobalBoolean("opt", true));
-    EXPECT_FALSE(lua.getGlobalBoolean("caps", true));
-    EXPECT_FALSE(lua.getGlobalBoolean("ctrl", true));
+    ASSERT_EQ(run("down = string.format('%g %g %g', down_point.x, down_point.y, down_radius)"), 0);
+    EXPECT_EQ(text("down"), "20 30 0");
+    // The radius is 10 x 0.5 / 2.
+    EXPECT_EQ(text("moved"), "25 35 2.5 0.5 true false false false true 2");
     EXPECT_EQ(number("up_pressure"), 0);
 }
 

@@ -55,9 +55,7 @@ TEST(ShippedPens, LoadWithEverythingTheInterfaceReads) {
     rig.pen.setPenTypeName("Eraser");
     EXPECT_EQ(rig.pen.penTypeName(), "Eraser");
     EXPECT_EQ(rig.pen.transferModeString(), "erase");
-}
-
-TEST(ShippedPens, CursorImagesExist) {
+    // The tools' cursors.
     for (const char* name : {"zoom_cursor", "zoom_in_cursor", "zoom_out_cursor", "rotate_cursor",
                              "move_cursor", "fill_cursor", "color_picker_cursor"}) {
         const QImage image(QString::fromStdString(kImages + "/" + name + ".png"));

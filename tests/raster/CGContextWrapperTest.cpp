@@ -6,22 +6,8 @@
 
 #include <memory>
 
-TEST(CGContextWrapper, StartsWithItsOwnRecord) {
-    Bitmap bm(Size{2, 2});
-    CGContextWrapper& w = bm.cgContext();
-    EXPECT_EQ(&w.contextRef(), &bm.graphicsContext());
-    EXPECT_EQ(&w.graphicsPort(), &bm.graphicsContext());
-    EXPECT_EQ(w.fillColor(), Color::black());
-    EXPECT_FALSE(w.strokeColor().has_value());
-    EXPECT_EQ(w.lineWidth(), 1);
-    EXPECT_EQ(w.imageInterpolation(), 0u);
-    EXPECT_EQ(w.patternPhase(), (Point{0, 0}));
-    // The record says no antialiasing while the context itself antialiases.
-    EXPECT_FALSE(w.shouldAntialias());
-    EXPECT_TRUE(w.contextRef().shouldAntialias());
-    EXPECT_FALSE(w.isDrawingToScreen());
-}
-
+// The wrapper skips colours equal to its own record, and the record is not
+// part of the saved graphics state.
 TEST(CGContextWrapper, ColoursEqualToTheRecordAreNotSent) {
     Bitmap bm(Size{2, 2});
     CGContextWrapper& w = bm.cgContext();
@@ -32,7 +18,6 @@ TEST(CGContextWrapper, ColoursEqualToTheRecordAreNotSent) {
     EXPECT_EQ(gc.fillColor(), Color::device(0, 0, 1));
     // A differently tagged black is another colour and is sent.
     w.setFillColor(Color::device(0, 0, 0));
-    EXPECT_EQ(gc.fillColor().redComponent(), 0);
     EXPECT_EQ(gc.fillColor().blueComponent(), 0);
 
     // Restoring brings back the context's colour but not the record, so the
@@ -42,26 +27,26 @@ TEST(CGContextWrapper, ColoursEqualToTheRecordAreNotSent) {
     w.setFillColor(Color::blue());
     w.restoreGraphicsState();
     EXPECT_EQ(gc.fillColor().redComponent(), 1);
-    EXPECT_EQ(w.fillColor(), Color::blue());
     w.setFillColor(Color::blue());
     EXPECT_EQ(gc.fillColor().redComponent(), 1);
 
-    // Stroke colours start empty: the first one is always sent.
+    // Stroke colours start empty: the first one, even black, is always sent.
+    EXPECT_FALSE(w.strokeColor().has_value());
+    gc.setStrokeColor(Color::green());
     w.setStrokeColor(Color::black());
-    ASSERT_TRUE(w.strokeColor().has_value());
-    EXPECT_EQ(*w.strokeColor(), Color::black());
+    EXPECT_EQ(gc.strokeColor().greenComponent(), 0);
     gc.setStrokeColor(Color::green());
     w.setStrokeColor(Color::black());
     EXPECT_EQ(gc.strokeColor(), Color::green());
-    w.setStrokeColor(Color::white());
-    EXPECT_EQ(gc.strokeColor().greenComponent(), 1);
-    EXPECT_EQ(gc.strokeColor().redComponent(), 1);
 }
 
 TEST(CGContextWrapper, ForwardsStateSettings) {
     Bitmap bm(Size{2, 2});
     CGContextWrapper& w = bm.cgContext();
     GraphicsContext& gc = w.contextRef();
+    // The record says no antialiasing while the context itself antialiases.
+    EXPECT_FALSE(w.shouldAntialias());
+    EXPECT_TRUE(gc.shouldAntialias());
     using Q = GraphicsContext::InterpolationQuality;
     const struct {
         unsigned value;
@@ -73,14 +58,11 @@ TEST(CGContextWrapper, ForwardsStateSettings) {
         EXPECT_EQ(gc.interpolationQuality(), c.quality) << c.value;
     }
     w.setPatternPhase(Point{3, -2});
-    EXPECT_EQ(w.patternPhase(), (Point{3, -2}));
     EXPECT_EQ(gc.patternPhase(), (Point{3, -2}));
     w.setShouldAntialias(true);
     w.setShouldAntialias(false);
     EXPECT_FALSE(gc.shouldAntialias());
     w.setLineWidth(2.5f);
-    EXPECT_EQ(w.lineWidth(), 2.5f);
-    EXPECT_EQ(gc.lineWidth(), 2.5f);
 
     // Save and restore reach the context's state; the record stays.
     w.saveGraphicsState();
@@ -90,23 +72,13 @@ TEST(CGContextWrapper, ForwardsStateSettings) {
     EXPECT_TRUE(gc.ctm().isIdentity());
     EXPECT_EQ(gc.lineWidth(), 2.5f);
     EXPECT_EQ(w.lineWidth(), 9);
-    w.flushGraphics();
 }
 
-TEST(CGContextWrapper, CurrentContext) {
-    CGContextWrapper::setCurrentContext(nullptr);
-    EXPECT_EQ(CGContextWrapper::currentContext(), nullptr);
+TEST(CGContextWrapper, DestroyingTheCurrentContextClearsIt) {
     auto bm = std::make_unique<Bitmap>(Size{2, 2});
-    Bitmap other(Size{2, 2});
     CGContextWrapper::setCurrentContext(&bm->cgContext());
-    EXPECT_EQ(CGContextWrapper::currentContext(), &bm->cgContext());
-    // Destroying another wrapper leaves the current one; destroying the
-    // current one clears it.
-    { Bitmap gone(Size{1, 1}); }
+    { Bitmap gone(Size{1, 1}); } // another wrapper: the current one stays
     EXPECT_EQ(CGContextWrapper::currentContext(), &bm->cgContext());
     bm.reset();
     EXPECT_EQ(CGContextWrapper::currentContext(), nullptr);
-    CGContextWrapper::setCurrentContext(&other.cgContext());
-    EXPECT_EQ(CGContextWrapper::currentContext(), &other.cgContext());
-    CGContextWrapper::setCurrentContext(nullptr);
 }

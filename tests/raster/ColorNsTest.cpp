@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-TEST(ColorNs, FromColorRoundsEachComponentAndDoesNotPremultiply) {
+TEST(ColorNs, FromColorRoundsEachComponentDoesNotPremultiplyAndWraps) {
     EXPECT_EQ(color_ns::from_nscolor(Color::red()), 0xFF0000FFu);
     EXPECT_EQ(color_ns::from_nscolor(Color::device(0, 0, 1, 1)), 0xFFFF0000u);
     EXPECT_EQ(color_ns::from_nscolor(Color::clear()), 0x00000000u);
@@ -14,20 +14,6 @@ TEST(ColorNs, FromColorRoundsEachComponentAndDoesNotPremultiply) {
     EXPECT_EQ(color_ns::from_nscolor(Color::brown()), 0xFF336699u);
     // Just below the half rounds down.
     EXPECT_EQ(color_ns::from_nscolor(Color::device(1.0f / 255.0f * 0.49f, 0, 0, 0)), 0u);
-}
-
-TEST(ColorNs, FromColorOutOfRangeComponentsWrap) {
     // 2 * 255 + 0.5 = 510 -> 0xFE; -0.1 * 255 + 0.5 = -25 -> 0xE7; NaN gives 0.
     EXPECT_EQ(color_ns::from_nscolor(Color::device(2, -0.1f, NAN, 1)), 0xFF00E7FEu);
-}
-
-TEST(ColorNs, MultiplyByClearOrWhite) {
-    EXPECT_EQ(color_ns::multiply(0, 0x80402010u), 0x80402010u);
-    EXPECT_EQ(color_ns::multiply(0x80402010u, 0), 0x80402010u);
-    // Missing coverage counts as white.
-    EXPECT_EQ(color_ns::multiply(0x80808080u, 0xFFFFFFFFu), 0xFFFFFFFFu);
-    EXPECT_EQ(color_ns::multiply(0xFF336699u, 0xFFFFFFFFu), 0xFF336699u);
-    EXPECT_EQ(color_ns::multiply(0xFF336699u, 0xFF000000u), 0xFF000000u);
-    // Equal alphas: plain product over alpha. 0x80 * 0x40 / 0x80 = 0x40.
-    EXPECT_EQ(color_ns::multiply(0x80808080u, 0x80404040u), 0x80404040u);
 }

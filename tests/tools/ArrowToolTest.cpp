@@ -1,7 +1,7 @@
 #include "tools/ArrowTool.h"
 
 #include "model/AffineTransform.h"
-#include "model/BezierPath.h"
+#include "model/StrokesTestSupport.h"
 #include "model/UndoManager.h"
 #include "support/ToolFixture.h"
 
@@ -14,19 +14,13 @@
 
 namespace {
 
-std::shared_ptr<Stroke> box(Rect r, Color c = Color::black()) {
-    auto path = std::make_shared<BezierPath>();
-    path->appendBezierPathWithRect(r);
-    return Stroke::initWithBezierPath(path, c, 0, 1);
-}
-
 struct Rig {
     TestView view{Size{400, 300}};
     TestDocument doc{view};
     ArrowTool arrow{doc};
     UndoManager undo;
-    std::shared_ptr<Stroke> a = box({10, 10, 50, 50});
-    std::shared_ptr<Stroke> b = box({100, 10, 50, 50});
+    std::shared_ptr<Stroke> a = rectStroke({10, 10, 50, 50});
+    std::shared_ptr<Stroke> b = rectStroke({100, 10, 50, 50});
     Rig() {
         doc.strokes().setUndoManager(&undo);
         doc.addStroke(a);
@@ -134,7 +128,7 @@ TEST(ArrowTool, RubberBandsEncloseOrTouchAlsoInATurnedView) {
 
 TEST(ArrowTool, HighlightsUpToNineteenStrokesThenOnlyAFilledBox) {
     Rig r;
-    auto blue = box({200, 200, 30, 30}, Color::blue());
+    auto blue = rectStroke({200, 200, 30, 30}, Color::blue());
     r.doc.addStroke(blue);
     r.arrow.setSelection({r.a, blue});
     QImage image = r.overlay();
@@ -149,7 +143,7 @@ TEST(ArrowTool, HighlightsUpToNineteenStrokesThenOnlyAFilledBox) {
     EXPECT_EQ(image.pixelColor(120, 120), QColor(Qt::white));
 
     ArrowTool::StrokeArray many{r.a, blue};
-    while (many.size() < 20) many.push_back(box({1, 1, 2, 2}));
+    while (many.size() < 20) many.push_back(rectStroke({1, 1, 2, 2}));
     r.arrow.setSelection(many);
     image = r.overlay();
     EXPECT_NE(image.pixelColor(120, 120), QColor(Qt::white));          // filled

@@ -1,12 +1,12 @@
 #include "tools/VimoDocument.h"
 
 #include "fill/FillTool.h"
-#include "model/BezierPath.h"
+#include "model/StrokesTestSupport.h"
 #include "model/UndoManager.h"
 #include "pens/Pen.h"
 #include "support/ToolFixture.h"
 #include "tools/ArrowTool.h"
-#include "tools/MoveTool.h"
+#include "tools/StrokeClipboard.h"
 #include "tools/ZoomTool.h"
 
 #include <QFile>
@@ -14,28 +14,46 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+
 namespace {
 
-std::shared_ptr<Stroke> box(float x, Color c = Color::black()) {
-    auto path = std::make_shared<BezierPath>();
-    path->appendBezierPathWithRect({x, 10, 20, 20});
-    return Stroke::initWithBezierPath(path, c, 0, 1);
-}
-
+// A document over a headless view with n strokes side by side; the undo
+// step that added them is closed.
 struct Rig {
-    TestView view{Size{300, 200}};
-    VimoDocument doc;
-    Rig(int strokes = 0) {
+    explicit Rig(int n = 0) {
         doc.setMainView(&view);
-        for (int i = 0; i < strokes; ++i) doc.addStroke(box(10.0f + 30 * float(i)));
+        for (int i = 0; i < n; ++i) {
+            s.push_back(rectStroke({float(10 + 30 * i), 10, 20, 20}));
+            doc.addStroke(s.back());
+        }
         doc.undoManager().endEventGroup();
         view.redrawFrom.clear();
     }
     ~Rig() { doc.setMainView(nullptr); }
-    Tool* pen() { return &doc.pen(); }
-    Tool* arrow() { return &doc.arrow(); }
-    int lastRedraw() const { return view.redrawFrom.empty() ? -1 : view.redrawFrom.back(); }
+    const Strokes::StrokeArray& list() { return doc.strokes().strokeArray(); }
+    // The lowest stroke redrawn from since the last clear; -1 for none.
+    int redrawn() {
+        const auto& r = view.redrawFrom;
+        const int lowest = r.empty() ? -1 : *std::min_element(r.begin(), r.end());
+        view.redrawFrom.clear();
+        return lowest;
+    }
+    void select(const Strokes::StrokeArray& strokes) {
+        doc.arrowTool();
+        doc.arrow().setSelection(strokes);
+    }
+
+    TestView view{{400, 300}};
+    VimoDocument doc;
+    Strokes::StrokeArray s;
 };
+
+QByteArray sampleDrawing() {
+    QFile file(VIMO_TEST_DATA_DIR "/documents/drawing.vimo");
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
 
 } // namespace
 
@@ -49,18 +67,16 @@ TEST(VimoDocument, ToolSwitchingAndTemporaryTools) {
     EXPECT_EQ(displays, 1);
     r.doc.zoomToRect(); // for one gesture
     EXPECT_EQ(r.doc.tool(), &r.doc.zoom());
-    ToolEvent e;
-    e.location = {10, 10};
+    const ToolEvent e = toolEventAt({10, 10});
     r.doc.zoom().toolDownEvent(e, r.view, e.location);
     r.doc.zoom().toolUpEvent(e);
-    EXPECT_EQ(r.doc.tool(), r.pen());
+    EXPECT_EQ(r.doc.tool(), &r.doc.pen());
 }
 
 TEST(VimoDocument, ToolColourGoesToThePenOrTheFillOnly) {
     Rig r;
     r.doc.penTool();
     r.doc.setRedColor();
-    EXPECT_EQ(r.doc.pen().color(), Color::red());
     r.doc.fillTool();
     r.doc.setBlueColor();
     EXPECT_EQ(r.doc.fill().color(), Color::blue());
@@ -72,53 +88,94 @@ TEST(VimoDocument, ToolColourGoesToThePenOrTheFillOnly) {
     EXPECT_EQ(r.doc.toolColor(), Color::red());
 }
 
-TEST(VimoDocument, DeleteActsOnTheSelectionOnlyWithTheArrowTool) {
-    Rig r(4);
-    const auto s1 = r.doc.strokes().strokeAtIndex(1);
-    r.doc.arrow().setSelection({s1});
+// Edit commands act on the selection with the arrow tool, else on the top
+// stroke; each, and its undo and redo, redraws from the lowest change.
+TEST(VimoDocument, EditsRedrawFromTheLowestChangedStroke) {
+    Rig r(5);
+    r.doc.arrow().setSelection({r.s[1]});
     r.doc.penTool();
+    r.doc.bringToFront(); // not without the arrow tool
+    EXPECT_EQ(r.list(), r.s);
     r.doc.deleteStrokes(); // the top stroke, whatever is selected
     r.doc.undoManager().endEventGroup();
-    EXPECT_EQ(r.doc.strokes().count(), 3);
-    EXPECT_EQ(r.lastRedraw(), 3);
+    EXPECT_EQ(r.list(), (Strokes::StrokeArray{r.s[0], r.s[1], r.s[2], r.s[3]}));
+    EXPECT_EQ(r.redrawn(), 4);
     EXPECT_TRUE(r.doc.arrow().selection().empty());
-
-    r.doc.arrowTool();
-    r.doc.arrow().setSelection({s1});
-    r.doc.deleteStrokes();
-    r.doc.undoManager().endEventGroup();
-    EXPECT_EQ(r.doc.strokes().count(), 2);
-    EXPECT_EQ(r.lastRedraw(), 1);
-    EXPECT_TRUE(r.doc.arrow().selection().empty());
-
-    // Undo puts it back and redraws from where it went in.
-    r.view.redrawFrom.clear();
     r.doc.undo();
-    EXPECT_EQ(r.doc.strokes().strokeAtIndex(1), s1);
-    EXPECT_EQ(r.lastRedraw(), 1);
+    EXPECT_EQ(r.redrawn(), 4);
+
+    r.select({r.s[2], r.s[4]});
+    r.doc.deleteStrokes();
+    EXPECT_EQ(r.redrawn(), 2);
+    EXPECT_TRUE(r.doc.arrow().selection().empty());
+    r.doc.undo();
+    EXPECT_EQ(r.list(), r.s);
+    EXPECT_EQ(r.redrawn(), 2);
+    r.doc.redo();
+    EXPECT_EQ(r.doc.strokes().count(), 3);
+    EXPECT_EQ(r.redrawn(), 2);
+    r.doc.undo();
+    r.redrawn();
+
+    r.select({r.s[2]});
+    r.doc.bringToFront();
+    r.doc.undoManager().endEventGroup();
+    EXPECT_EQ(r.doc.strokes().lastStroke(), r.s[2]);
+    EXPECT_EQ(r.redrawn(), 2);
+    r.doc.sendToBack();
+    r.doc.undoManager().endEventGroup();
+    EXPECT_EQ(r.doc.strokes().strokeAtIndex(0), r.s[2]);
+    EXPECT_EQ(r.redrawn(), 0);
+    r.doc.undo();
+    r.doc.undo();
+    r.redrawn();
+
+    // Merging the top two and undoing it redraws from the lower of them.
+    r.doc.penTool();
+    r.doc.mergeStrokes();
+    r.doc.undoManager().endEventGroup();
+    r.redrawn();
+    r.doc.undo();
+    EXPECT_EQ(r.list(), r.s);
+    EXPECT_EQ(r.redrawn(), 3);
+}
+
+TEST(VimoDocument, CommandsOnTooFewStrokesChangeAndRedrawNothing) {
+    Rig r;
+    r.doc.penTool();
+    r.doc.mergeStrokes();
+    r.doc.deleteStrokes();
+    r.doc.duplicate();
+    EXPECT_EQ(r.doc.strokes().count(), 0);
+    EXPECT_EQ(r.redrawn(), -1);
+    r.doc.addStroke(rectStroke({0, 0, 5, 5}));
+    r.redrawn();
+    r.doc.mergeStrokes();
+    EXPECT_EQ(r.doc.strokes().count(), 1);
+    EXPECT_EQ(r.redrawn(), -1);
+
+    // Clearing leaves the arrow tool no stroke that is gone.
+    r.doc.selectAll();
+    r.doc.clear();
+    EXPECT_TRUE(r.doc.arrow().selection().empty());
+    EXPECT_EQ(r.view.redrawFrom, std::vector<int>{0});
 }
 
 TEST(VimoDocument, DuplicateOffsetsTheCopiesByTwentyPixels) {
-    Rig empty;
-    empty.doc.duplicate();
-    EXPECT_EQ(empty.doc.strokes().count(), 0);
-
     Rig r(2);
-    r.view.canvas()->zoomToPoint({150, 100}, 2); // 20 pixels are 10 world units
-    r.doc.arrowTool();
-    r.doc.arrow().setSelection({r.doc.strokes().strokeAtIndex(0)});
+    r.view.canvas()->zoomToPoint({200, 150}, 2); // 20 pixels are 10 world units
+    r.select({r.s[0]});
     r.doc.duplicate();
     ASSERT_EQ(r.doc.strokes().count(), 3);
     const auto copy = r.doc.strokes().lastStroke();
     EXPECT_EQ(r.doc.arrow().selection(), Strokes::StrokeArray{copy});
-    const Rect original = r.doc.strokes().strokeAtIndex(0)->bounds();
-    EXPECT_NEAR(copy->bounds().x - original.x, 10, 1e-3);
+    const Rect original = r.s[0]->bounds();
     const Point shown0 = r.view.canvas()->worldPointToBitmapPoint({original.x, original.y});
     const Point shown1 =
         r.view.canvas()->worldPointToBitmapPoint({copy->bounds().x, copy->bounds().y});
     EXPECT_NEAR(shown1.x - shown0.x, 20, 1e-2);
     EXPECT_NEAR(shown1.y - shown0.y, 20, 1e-2);
-    EXPECT_EQ(r.lastRedraw(), 2);
+    EXPECT_EQ(r.redrawn(), 2);
 }
 
 TEST(VimoDocument, MenuValidationFollowsToolAndSelection) {
@@ -128,8 +185,7 @@ TEST(VimoDocument, MenuValidationFollowsToolAndSelection) {
     EXPECT_TRUE(r.doc.validateMenuItem("duplicate"));
     EXPECT_FALSE(r.doc.validateMenuItem("bringForward"));
     EXPECT_TRUE(r.doc.validateMenuItem("copy")); // anything else
-    r.doc.arrowTool();
-    r.doc.arrow().setSelection({r.doc.strokes().strokeAtIndex(0)});
+    r.select({r.s[0]});
     EXPECT_FALSE(r.doc.validateMenuItem("mergeStrokes"));
     EXPECT_TRUE(r.doc.validateMenuItem("sendToBack"));
     r.doc.selectAll();
@@ -140,59 +196,66 @@ TEST(VimoDocument, MenuValidationFollowsToolAndSelection) {
     EXPECT_TRUE(r.doc.arrow().selection().empty());
 }
 
-TEST(VimoDocument, ReorderingRedrawsFromTheLowestChange) {
-    Rig r(4);
-    const auto s2 = r.doc.strokes().strokeAtIndex(2);
-    r.doc.penTool();
-    r.doc.bringToFront(); // not without the arrow tool
-    EXPECT_EQ(r.doc.strokes().strokeAtIndex(2), s2);
-    r.doc.arrowTool();
-    r.doc.arrow().setSelection({s2});
-    r.doc.bringToFront();
-    EXPECT_EQ(r.doc.strokes().lastStroke(), s2);
-    EXPECT_EQ(r.lastRedraw(), 2);
-    r.doc.sendToBack();
-    EXPECT_EQ(r.doc.strokes().strokeAtIndex(0), s2);
-    EXPECT_EQ(r.lastRedraw(), 0);
-}
-
-TEST(VimoDocument, CopiedStrokesPasteCentredInAnotherView) {
+TEST(VimoDocument, CopiedStrokesPasteCentredInAnotherViewAndJunkIsRefused) {
     Rig a(1), b;
-    b.view.canvas()->zoomToPoint({150, 100}, 3);
+    b.view.canvas()->zoomToPoint({200, 150}, 3);
     a.doc.penTool();
-    std::unique_ptr<QMimeData> data(a.doc.mimeDataForStrokes({a.doc.strokes().lastStroke()}));
+    std::unique_ptr<QMimeData> data(a.doc.mimeDataForStrokes({a.s[0]}));
     ASSERT_TRUE(data->hasFormat(VimoDocument::kPasteboardType));
     ASSERT_TRUE(b.doc.pasteMimeData(*data));
     ASSERT_EQ(b.doc.strokes().count(), 1);
-    EXPECT_EQ(b.doc.tool(), b.arrow());
+    EXPECT_EQ(b.doc.tool(), &b.doc.arrow());
     EXPECT_EQ(b.doc.arrow().selection().size(), 1u);
     const Rect shown =
         b.view.canvas()->worldRectToBitmapRect(b.doc.strokes().lastStroke()->bounds());
-    EXPECT_NEAR(shown.x + shown.width / 2, 150, 1e-2);
-    EXPECT_NEAR(shown.y + shown.height / 2, 100, 1e-2);
+    EXPECT_NEAR(shown.x + shown.width / 2, 200, 1e-2);
+    EXPECT_NEAR(shown.y + shown.height / 2, 150, 1e-2);
     EXPECT_NEAR(shown.width, 20, 1e-2); // the size it had on screen
 
-    QMimeData junk;
-    junk.setData(VimoDocument::kPasteboardType, "not an archive");
-    EXPECT_FALSE(b.doc.pasteMimeData(junk));
+    Rig c;
+    QMimeData text, junk, flat;
+    text.setText("strokes");
+    junk.setData(VimoDocument::kPasteboardType, "bplist00 not really");
+    // A transform that flattens everything.
+    flat.setData(VimoDocument::kPasteboardType,
+                 StrokeClipboard::archive({rectStroke({0, 0, 5, 5})}, {1, 0, 2, 0, 0, 0}));
+    for (const QMimeData* bad : {&text, &junk, &flat}) EXPECT_FALSE(c.doc.pasteMimeData(*bad));
+    EXPECT_EQ(c.doc.strokes().count(), 0);
 }
 
-TEST(VimoDocument, AddedDrawingsAreCentredAndScaled) {
-    QFile f(VIMO_TEST_DATA_DIR "/documents/drawing.vimo");
-    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+TEST(VimoDocument, AddedDrawingsAreCentredAndScaledAndBadInputRefused) {
+    const QByteArray data = sampleDrawing();
     Rig r;
-    ASSERT_TRUE(r.doc.addVimoDocument(f.readAll(), {500, 500}, 0.5f));
+    for (const float scale : {0.0f, -1.0f, NAN, INFINITY})
+        EXPECT_FALSE(r.doc.addVimoDocument(data, {0, 0}, scale)) << scale;
+    EXPECT_FALSE(r.doc.addVimoDocument(data, {NAN, 0}, 1));
+    const auto junk = r.doc.addVimoDocument("not a drawing", {0, 0}, 1);
+    EXPECT_FALSE(junk);
+    EXPECT_FALSE(junk.reason().empty());
+    EXPECT_EQ(r.doc.strokes().count(), 0);
+
+    ASSERT_TRUE(r.doc.addVimoDocument(data, {500, 500}, 0.5f));
     ASSERT_GT(r.doc.strokes().count(), 0);
     const Rect b = r.doc.strokes().bounds();
     EXPECT_NEAR(b.x + b.width / 2, 500, 0.5);
     EXPECT_NEAR(b.y + b.height / 2, 500, 0.5);
-    EXPECT_FALSE(r.doc.addVimoDocument("garbage", {0, 0}, 1));
 }
 
-TEST(VimoDocument, ViewAndBackgroundChangesCountAsEdits) {
-    Rig r(1);
+TEST(VimoDocument, EditedStateFollowsUndoRedoSaveViewAndBackground) {
+    Rig r;
+    int edited = 0;
+    QObject::connect(&r.doc, &VimoDocument::editedChanged, [&] { ++edited; });
+    r.doc.addStroke(rectStroke({0, 0, 5, 5}));
+    r.doc.undoManager().endEventGroup();
+    EXPECT_TRUE(r.doc.isDocumentEdited());
+    EXPECT_GT(edited, 0);
     r.doc.documentSaved();
     EXPECT_FALSE(r.doc.isDocumentEdited());
+    r.doc.undo();
+    EXPECT_TRUE(r.doc.isDocumentEdited());
+    r.doc.redo();
+    EXPECT_FALSE(r.doc.isDocumentEdited()); // back where it was saved
+
     r.doc.backgroundColorChanged(Color::yellow());
     EXPECT_TRUE(r.doc.isDocumentEdited());
     EXPECT_EQ(r.doc.windowBackgroundColor(), Color::yellow());
@@ -200,12 +263,41 @@ TEST(VimoDocument, ViewAndBackgroundChangesCountAsEdits) {
     r.doc.clearBackgroundColor();
     EXPECT_TRUE(r.doc.isDocumentEdited());
     EXPECT_EQ(r.doc.windowBackgroundColor(), Color::white());
-    r.doc.documentSaved();
+}
+
+TEST(VimoDocument, ReadingAFileReattachesUndoAndClearsTheSelection) {
+    Rig r(5);
+    r.doc.selectAll();
+    ASSERT_TRUE(r.doc.loadDataRepresentation(sampleDrawing(), DocumentFile::kDocumentType));
+    EXPECT_TRUE(r.doc.arrow().selection().empty());
+    EXPECT_FALSE(r.doc.undoManager().canUndo());
+
+    // Edits of the new list are undone and redrawn as before.
+    const int count = r.doc.strokes().count();
+    r.doc.penTool();
     r.doc.deleteStrokes();
-    r.doc.undoManager().endEventGroup();
-    EXPECT_TRUE(r.doc.isDocumentEdited());
+    r.redrawn();
     r.doc.undo();
-    EXPECT_FALSE(r.doc.isDocumentEdited()); // back where it was saved
+    EXPECT_EQ(r.doc.strokes().count(), count);
+    EXPECT_EQ(r.view.redrawFrom, std::vector<int>{count - 1});
+}
+
+TEST(VimoDocument, PenSettingsFromMenuTitles) {
+    Rig r;
+    r.doc.penOpacity("50%");
+    r.doc.penSize("12 pt");
+    // A title without a number changes nothing.
+    r.doc.penOpacity("Opaque");
+    r.doc.penSize("");
+    EXPECT_FLOAT_EQ(r.doc.pen().opacity(), 0.5f);
+    EXPECT_FLOAT_EQ(r.doc.pen().radius(), 12);
+
+    r.doc.fillTool();
+    r.doc.setPenType("Pencil");
+    EXPECT_EQ(r.doc.tool(), &r.doc.pen());
+    EXPECT_EQ(r.doc.pen().penTypeName(), "Pencil");
+    r.doc.setPenType("No such pen");
+    EXPECT_EQ(r.doc.pen().penTypeName(), "Pencil");
 }
 
 TEST(VimoDocument, TheEraserEndSwitchesPenTypeAndBack) {
@@ -228,9 +320,9 @@ TEST(VimoDocument, TheEraserEndSwitchesPenTypeAndBack) {
 
     r.doc.fillTool();
     proximity(3, true);
-    EXPECT_EQ(r.doc.tool(), r.pen());
+    EXPECT_EQ(r.doc.tool(), &r.doc.pen());
     proximity(1, false); // leaving is not entering: nothing
-    EXPECT_EQ(r.doc.tool(), r.pen());
+    EXPECT_EQ(r.doc.tool(), &r.doc.pen());
     proximity(1, true);
     EXPECT_EQ(r.doc.tool(), &r.doc.fill());
 }
