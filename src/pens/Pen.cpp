@@ -262,7 +262,10 @@ void Pen::toolUpEvent(const ToolEvent& event) {
 void Pen::toolDrawInView(ToolView& view) {
     if (!_pen_down || !_custom_pen) return;
     Lua::setContextView(&view, this);
-    PenCallbacks::penDraw(CGContextWrapper::currentContext());
+    if (QPainter* painter = view.overlayPainter())
+        PenCallbacks::penDraw(*painter);
+    else
+        PenCallbacks::penDraw(CGContextWrapper::currentContext());
 }
 
 void Pen::toolFlagsChanged(const ToolEvent& event) {

@@ -9,6 +9,9 @@
 #include "raster/Path.h"
 #include "tools/ToolView.h"
 
+#include <QPainter>
+#include <QPen>
+
 #include <lua.hpp>
 
 namespace {
@@ -16,6 +19,11 @@ namespace {
 void clearQueue(Lua::Context& context) {
     context.queued_paths.clear();
     context.queued_is_stroke.clear();
+}
+
+// The pen colour in calibrated RGB with the pen opacity as its alpha.
+Color queuedPathColor(const Pen& pen) {
+    return pen.color().usingSpace(Color::Space::CalibratedRGB).withAlphaComponent(pen.opacity());
 }
 
 void redraw(const Rect& r) {
@@ -73,9 +81,7 @@ void PenCallbacks::penUp(Lua& lua) {
 void PenCallbacks::penDraw(CGContextWrapper* target) {
     Lua::Context& context = Lua::context();
     if (target && context.pen) {
-        const Color c = context.pen->color()
-                            .usingSpace(Color::Space::CalibratedRGB)
-                            .withAlphaComponent(context.pen->opacity());
+        const Color c = queuedPathColor(*context.pen);
         target->setFillColor(c);
         target->setStrokeColor(c);
         for (std::size_t i = 0; i < context.queued_paths.size(); i++) {
@@ -86,6 +92,28 @@ void PenCallbacks::penDraw(CGContextWrapper* target) {
                 flat.strokeInContext(*target);
             } else {
                 flat.fillInContext(*target, 0);
+            }
+        }
+    }
+    clearQueue(context);
+}
+
+void PenCallbacks::penDraw(QPainter& painter) {
+    Lua::Context& context = Lua::context();
+    if (context.pen) {
+        const Color c = queuedPathColor(*context.pen);
+        const QColor colour = QColor::fromRgbF(c.redComponent(), c.greenComponent(),
+                                               c.blueComponent(), c.alphaComponent());
+        for (std::size_t i = 0; i < context.queued_paths.size(); i++) {
+            const BezierPath& p = context.queued_paths[i];
+            const QPainterPath path =
+                Path::painterPath(p.elements(), AffineMatrix::identity(), p.windingRule());
+            if (context.queued_is_stroke[i]) {
+                if (!(p.lineWidth() >= 0)) continue;
+                painter.strokePath(path, QPen(colour, double(p.lineWidth()), Qt::SolidLine,
+                                              Qt::FlatCap, Qt::BevelJoin));
+            } else {
+                painter.fillPath(path, colour);
             }
         }
     }

@@ -5,6 +5,7 @@
 
 class CGContextWrapper;
 class Lua;
+class QPainter;
 
 // How the pen tool drives a custom pen script: pen-down, moves and pen-up
 // call the script's "pen_down", "pen_move" and "pen_up" with the context
@@ -20,6 +21,10 @@ public:
     // pen opacity into context (nothing is drawn without one), then empties
     // the queue.
     static void penDraw(CGContextWrapper* context);
+    // The same onto a view's feedback painter (view coordinates, where the
+    // queued paths already are): strokes with flat caps and bevel joins,
+    // fills under each path's winding rule.
+    static void penDraw(QPainter& painter);
 
 private:
     static void redrawAndClear(Rect& r);

@@ -76,3 +76,32 @@ Rect Path::boundsInContext(CGContextWrapper& wrapper) const {
     loadPathInContext(context);
     return context.pathBoundingBox();
 }
+
+QPainterPath Path::painterPath(std::span<const PathElement> elements, const AffineMatrix& m,
+                               WindingRule rule) {
+    QPainterPath out;
+    for (const PathElement& e : elements) {
+        auto q = [&](int k) {
+            const Point p = m.apply(e.points[k]);
+            return QPointF(p.x, p.y);
+        };
+        switch (e.type) {
+        case MoveToElement:
+            out.moveTo(q(0));
+            break;
+        case LineToElement:
+            out.lineTo(q(0));
+            break;
+        case CurveToElement:
+            out.cubicTo(q(0), q(1), q(2));
+            break;
+        case ClosePathElement:
+            out.closeSubpath();
+            break;
+        default:
+            break;
+        }
+    }
+    out.setFillRule(rule == EvenOddWindingRule ? Qt::OddEvenFill : Qt::WindingFill);
+    return out;
+}

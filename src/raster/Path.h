@@ -1,7 +1,10 @@
 #pragma once
 
+#include "raster/AffineMatrix.h"
 #include "raster/Geometry.h"
 #include "raster/PathElement.h"
+
+#include <QPainterPath>
 
 #include <span>
 #include <vector>
@@ -35,6 +38,11 @@ public:
     // Loads the path as the context's current path (left there) and returns
     // its bounding box, drawing nothing.
     Rect boundsInContext(CGContextWrapper& context) const;
+
+    // The elements as a Qt path for feedback drawn straight onto the screen,
+    // each point mapped by m, filling under the given rule.
+    static QPainterPath painterPath(std::span<const PathElement> elements, const AffineMatrix& m,
+                                    WindingRule rule = NonZeroWindingRule);
 
     // Internal: begins a new path in the context and adds every element.
     void loadPathInContext(GraphicsContext& context) const;

@@ -5,6 +5,7 @@
 #include "model/Stroke.h"
 #include "model/Strokes.h"
 #include "model/VimoCanvas.h"
+#include "raster/Path.h"
 #include "tools/ToolDocument.h"
 #include "tools/ToolFeedback.h"
 #include "tools/ToolView.h"
@@ -28,32 +29,7 @@ Point centreOf(const Rect& r) {
 }
 
 QPainterPath painterPath(const BezierPath& path, const AffineMatrix& m) {
-    QPainterPath out;
-    for (int i = 0; i < path.elementCount(); ++i) {
-        const PathElement& e = path.element(i);
-        auto q = [&](int k) {
-            const Point p = m.apply(e.points[k]);
-            return QPointF(p.x, p.y);
-        };
-        switch (e.type) {
-        case MoveToElement:
-            out.moveTo(q(0));
-            break;
-        case LineToElement:
-            out.lineTo(q(0));
-            break;
-        case CurveToElement:
-            out.cubicTo(q(0), q(1), q(2));
-            break;
-        case ClosePathElement:
-            out.closeSubpath();
-            break;
-        default:
-            break;
-        }
-    }
-    out.setFillRule(path.windingRule() == EvenOddWindingRule ? Qt::OddEvenFill : Qt::WindingFill);
-    return out;
+    return Path::painterPath(path.elements(), m, path.windingRule());
 }
 
 } // namespace

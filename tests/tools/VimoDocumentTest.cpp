@@ -326,3 +326,21 @@ TEST(VimoDocument, TheEraserEndSwitchesPenTypeAndBack) {
     proximity(1, true);
     EXPECT_EQ(r.doc.tool(), &r.doc.fill());
 }
+
+TEST(VimoDocument, ACustomPenShowsItsLiveLineOnceWhileDragging) {
+    Rig r;
+    r.doc.setPenType("Straight Line");
+    r.doc.setBlueColor();
+    ASSERT_EQ(r.doc.pen().penTypeName(), "Straight Line");
+    Pen& pen = r.doc.pen();
+    const ToolEvent down = toolEventAt({50, 150});
+    pen.toolDownEvent(down, r.view, down.location);
+    pen.toolMoveEvent(toolEventAt({350, 150}), {350, 150});
+    const QImage shown = r.view.overlayOf(pen, Qt::white);
+    EXPECT_EQ(shown.pixel(200, 150), qRgb(0, 0, 255));
+    EXPECT_EQ(shown.pixel(200, 140), qRgb(255, 255, 255));
+    // The queued line is drawn by the paint that follows its move only.
+    EXPECT_EQ(r.view.overlayOf(pen, Qt::white).pixel(200, 150), qRgb(255, 255, 255));
+    pen.toolUpEvent(toolEventAt({350, 150}));
+    EXPECT_EQ(r.doc.strokes().count(), 1);
+}
