@@ -155,14 +155,9 @@ TEST(Bitmap, WorldTransformGoesThroughTheContext) {
     EXPECT_EQ(bm.bitmapPointToWorldPoint({12, 22}), (Point{1, 1}));
     EXPECT_EQ(bm.transform(), bm.graphicsContext().ctm());
 
-    // A quarter turn and a shift, set whole.
-    bm.setTransform(AffineMatrix{0, 1, -1, 0, 5, 7});
-    const Point p = bm.worldPointToBitmapPoint({1, 2});
-    EXPECT_NEAR(p.x, 3, 1e-5);
-    EXPECT_NEAR(p.y, 8, 1e-5);
-
     // Rectangles map to the bounding box of their corners.
     bm.setTransform(AffineMatrix::identity());
+    EXPECT_TRUE(bm.graphicsContext().ctm().isIdentity());
     bm.rotate(float(std::numbers::pi / 4));
     const Rect r = bm.worldRectToBitmapRect(Rect{0, 0, 2, 2});
     const float h = float(std::sqrt(2.0));

@@ -30,13 +30,6 @@ TEST(ColorSet, MinMaxAndScoreCountRedGreenBlueOnly) {
     EXPECT_EQ(box.max, 0xF0303050u);
     // 3 * ((0x50-0x10) + (0x30-0x20) + (0x30-0x10)); alpha's range is not counted.
     EXPECT_EQ(box.score(), 3.0f * (0x40 + 0x10 + 0x20));
-
-    std::vector<std::uint32_t> none;
-    const ColorSet empty = boxOf(none);
-    EXPECT_EQ(empty.min, 0xFFFFFFFFu);
-    EXPECT_EQ(empty.max, 0u);
-    EXPECT_EQ(empty.score(), 0.0f);
-    EXPECT_EQ(empty.average_color(), 0u);
 }
 
 TEST(ColorSet, MedianMeetsFromBothEndsTiesGoDown) {
@@ -55,19 +48,6 @@ TEST(ColorSet, MedianMeetsFromBothEndsTiesGoDown) {
     EXPECT_EQ(boxOf(h).median(2), 128);
 }
 
-TEST(ColorSet, SplitsOnTheWidestOfGreenBlueAndAlpha) {
-    // Red has by far the widest range but is never split on; alpha is.
-    std::vector<std::uint32_t> c = {0x100000FFu, 0x80000000u, 0x10000000u, 0x90000000u};
-    ColorSet box = boxOf(c);
-    ColorSet low, high;
-    box.median_cut(low, high);
-    EXPECT_EQ(low.count + high.count, 4);
-    EXPECT_EQ(low.start, 0);
-    EXPECT_EQ(high.start, low.count);
-    EXPECT_EQ(low.max >> 24, 0x10u);
-    EXPECT_EQ(high.min >> 24, 0x80u);
-}
-
 TEST(MedianCut, SmallCases) {
     // One colour asked: the rounded average of everything.
     EXPECT_EQ(quantize({0xFF000000u, 0xFF0000FFu, 0xFF0000FEu}, 1),
@@ -75,6 +55,9 @@ TEST(MedianCut, SmallCases) {
     // One colour in the image: one entry whatever is asked.
     EXPECT_EQ(quantize(std::vector<std::uint32_t>(50, 0x80402010u), 16),
               (std::vector<std::uint32_t>{0x80402010u}));
+    // Red has by far the widest range but is never split on; alpha is.
+    EXPECT_EQ(quantize({0x100000FFu, 0x80000000u, 0x10000000u, 0x90000000u}, 2),
+              (std::vector<std::uint32_t>{0x1000007Fu, 0x88000000u}));
     // Two pixels, two colours, in heap order.
     EXPECT_EQ(quantize({0xFF0000FFu, 0xFFFF0000u}, 2),
               (std::vector<std::uint32_t>{0xFF0000FFu, 0xFFFF0000u}));
