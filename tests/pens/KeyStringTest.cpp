@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
-#include <QTranslator>
-
 namespace {
 
 constexpr auto Shift = KeyStrings::ShiftKeyMask;
@@ -44,30 +41,6 @@ TEST(KeyStrings, KeyEquivalentUsesTheFixedModifierOrder) {
                                                        KeyStrings::NumericPadKeyMask |
                                                        KeyStrings::FunctionKeyMask),
               "fnnumhelp1");
-}
-
-class GermanSymbols : public QTranslator {
-public:
-    QString translate(const char* context, const char* sourceText, const char*,
-                      int) const override {
-        if (QByteArray(context) != "Main") return {};
-        if (QByteArray(sourceText) == "shift_key") return QStringLiteral("Umschalt+");
-        if (QByteArray(sourceText) == "hyper_key") return QStringLiteral("Hyper+");
-        return {};
-    }
-};
-
-TEST(KeyStrings, TranslationsReplaceTheEnglishSymbols) {
-    int argc = 1;
-    char name[] = "test_pens";
-    char* argv[] = {name, nullptr};
-    QCoreApplication app(argc, argv);
-    GermanSymbols german;
-    QCoreApplication::installTranslator(&german);
-    EXPECT_EQ(KeyStrings::formatKeyString("shift-cmd-s"), "Umschalt+⌘S");
-    EXPECT_EQ(KeyStrings::formatKeyString("hyper-h"), "Hyper+H");
-    EXPECT_EQ(KeyStrings::keyEquivalentString("s", Shift | Command), "⌘Umschalt+S");
-    QCoreApplication::removeTranslator(&german);
 }
 
 } // namespace

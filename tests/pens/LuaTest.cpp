@@ -1,6 +1,6 @@
 #include "pens/Lua.h"
-#include "RecordingAlerts.h"
-#include "RunChunk.h"
+#include "LuaTestSupport.h"
+#include "pens/KeyStrings.h"
 #include "pens/LuaObjectRegistry.h"
 
 #include <lua.hpp>
@@ -77,32 +77,12 @@ TEST_F(LuaTest, RuntimeErrorShowsAlertAndLogsTheStack) {
     EXPECT_EQ(alerts.log, (Strings{message, "=[C]:-1 (null)", "=[C]:-1 error", where + ":4 inner",
                                    where + ":8 (null)"}));
 
-    // A failed callback leaves the state usable.
-    alerts.clear();
-    EXPECT_EQ(lua->call("count"), 0);
-    EXPECT_EQ(lua->call("count"), 0);
-    EXPECT_EQ(lua->getGlobalNumber("calls"), 2.0f);
-    EXPECT_TRUE(alerts.alerts.empty());
-
     // An error value that is not a string gives an empty message.
+    alerts.clear();
     EXPECT_EQ(lua->call("throw_table"), LUA_ERRRUN);
     ASSERT_EQ(alerts.alerts.size(), 1u);
     EXPECT_EQ(alerts.alerts[0].message, "");
     EXPECT_EQ(alerts.log.front(), "(null)");
-}
-
-TEST_F(LuaTest, LoadFailuresAreCompileErrorsRunFailuresRuntimeErrors) {
-    auto missing = running("no_such_pen.lua");
-    ASSERT_EQ(alerts.alerts.size(), 1u);
-    EXPECT_EQ(alerts.alerts[0].title, "Compile error");
-    EXPECT_NE(alerts.alerts[0].message.find("cannot open"), std::string::npos);
-
-    alerts.clear();
-    auto fails = running("load_fails.lua");
-    ASSERT_EQ(alerts.alerts.size(), 1u);
-    EXPECT_EQ(alerts.alerts[0].title, "Runtime error");
-    EXPECT_NE(alerts.alerts[0].message.find("cannot start"), std::string::npos);
-    EXPECT_EQ(fails->getGlobalString("name"), "Fails While Loading"); // what ran stays done
 }
 
 TEST_F(LuaTest, OldStylePenRuns) {
@@ -147,41 +127,42 @@ TEST_F(LuaTest, ScriptsCannotReachFilesOrNativeCode) {
     EXPECT_TRUE(alerts.alerts.empty());
 }
 
-// The host's pattern functions agree with Lua's own on ordinary patterns,
-// results and error messages alike.
+// The host's pattern functions agree with Lua's own, results and error
+// messages alike: find, match, gmatch and gsub on every subject and pattern,
+// then the other arguments and forms of replacement.
 TEST(LuaPatterns, AgreeWithTheStandardLibrary) {
-    const char* expressions[] = {
-        "string.find('hello', 'l+')",
+    const char* cases[] = {"'hello', 'l+'",
+                           "'abc', '^b'",
+                           "'abc', 'c$'",
+                           "'key = value', '(%w+)%s*=%s*(%w+)'",
+                           "'f(a(b)c)d', '%b()'",
+                           "'THE (quick) fox', '%f[%a]%a+'",
+                           "'hello', '()ll()'",
+                           "'2024-01-05', '(%d+)-(%d+)-(%d+)'",
+                           "'abc', 'a(.-)c'",
+                           "'aaa', 'a-'",
+                           "'[x]', '[%[]'",
+                           "'x-y', '[a-]+'",
+                           "'x]y', '[]]'",
+                           "'hello hello', '(h%a+) %1'",
+                           "'abc', '[^a]+'",
+                           "'a\\0b', '%z'",
+                           "'abc', 'a?b?c?d?'",
+                           "'abc', ''",
+                           "'abc', '()'",
+                           "'x', '('",
+                           "'x', '%'",
+                           "'x', '[a'",
+                           "'x', '%1'",
+                           "'x', 'x)'",
+                           "'x', '%b'",
+                           "'x', '%fx'"};
+    std::vector<std::string> expressions = {
         "string.find('hello', 'l', -2)",
         "string.find('hello', '', 10)",
         "string.find('a.b', '.', 1, true)",
-        "string.find('abc', '^b')",
-        "string.find('abc', 'c$')",
-        "string.find('key = value', '(%w+)%s*=%s*(%w+)')",
-        "string.find('f(a(b)c)d', '%b()')",
         "string.find('THE (quick) fox', '%f[%a]%a+', 5)",
-        "string.find('hello', '()ll()')",
-        "string.match('2024-01-05', '(%d+)-(%d+)-(%d+)')",
-        "string.match('abc', 'a(.-)c')",
-        "string.match('aaa', 'a-')",
-        "string.match('[x]', '[%[]')",
-        "string.match('x-y', '[a-]+')",
-        "string.match('x]y', '[]]')",
-        "string.match('hello hello', '(h%a+) %1')",
-        "string.match('abc', '[^a]+')",
-        "string.match('a\\0b', '%z')",
-        "string.match('abc', 'a?b?c?d?')",
-        "string.match('x', '(')",
-        "string.match('x', '%')",
-        "string.match('x', '[a')",
-        "string.match('x', '%1')",
-        "string.match('x', 'x)')",
-        "string.match('x', '%b')",
-        "string.match('x', '%fx')",
-        "string.gsub('hello world', 'o', '0')",
         "string.gsub('hello world', '(o)', '[%1]')",
-        "string.gsub('hello', '', '-')",
-        "string.gsub('abc', '%w', '%0%0')",
         "string.gsub('hello world', '%w+', '<%0>', 1)",
         "string.gsub('abc', 'b', {b = 'B'})",
         "string.gsub('abc', '%w', {a = 1, b = true})",
@@ -191,11 +172,13 @@ TEST(LuaPatterns, AgreeWithTheStandardLibrary) {
         "string.gsub('abc', 'b', '%x')",
         "string.gsub('abc', '(b)', '%%')",
         "string.gsub('x', 'x', false)",
-        "collect(string.gmatch('k=v, a=b', '(%w+)=(%w+)'))",
-        "collect(string.gmatch('abc', ''))",
-        "collect(string.gmatch('abc', '()'))",
         "string.rep('ab', 3), string.rep('x', 0), string.rep('', 5)",
     };
+    for (const std::string c : cases)
+        for (const std::string call : {"string.find(#)", "string.match(#)",
+                                       "collect(string.gmatch(#))", "string.gsub(#, '<%0>')"})
+            expressions.push_back(call.substr(0, call.find('#')) + c +
+                                  call.substr(call.find('#') + 1));
     const char* prelude =
         "function collect(f, s, v) local r = {}"
         "  for a, b in f, s, v do r[#r + 1] = tostring(a) .. '/' .. tostring(b) end"
@@ -218,7 +201,7 @@ TEST(LuaPatterns, AgreeWithTheStandardLibrary) {
     luaL_openlibs(reference);
     RecordingAlerts alerts;
     Lua host(testPensDir(), testLibDir(), &alerts);
-    for (const char* expression : expressions)
+    for (const std::string& expression : expressions)
         EXPECT_EQ(evaluate(host.state(), expression), evaluate(reference, expression))
             << expression;
     lua_close(reference);
@@ -254,54 +237,21 @@ TEST(LuaObjectRegistry, AddedObjectsLiveUntilTheEventEndsUnlessRetained) {
     EXPECT_EQ(registry.size(), 0u);
 }
 
-// Functions registered through the library extension see the state's
-// registry; objects made during a callback are swept when it returns.
-int makeObject(lua_State* L) {
-    Lua* lua = Lua::fromState(L);
-    lua_pushlightuserdata(L, lua->objects().add(std::make_unique<int>(7)));
-    return 1;
-}
-
-int keepObject(lua_State* L) {
-    Lua* lua = Lua::fromState(L);
-    if (!lua->objects().retain(lua_touserdata(L, 1))) return luaL_error(L, "not live");
-    return 1;
-}
-
-void registerTestFunctions(lua_State* L) {
-    lua_register(L, "make", makeObject);
-    lua_register(L, "keep", keepObject);
-}
-
-TEST_F(LuaTest, CallbackObjectsAreSweptAtTheEndOfTheCall) {
-    Lua::setLibraryExtension(registerTestFunctions);
-    Lua lua(testPensDir(), testLibDir(), &alerts);
-    Lua::setLibraryExtension(nullptr);
-
-    ASSERT_EQ(runChunk(lua, "function gesture() temp = make(); held = keep(make()) end"), 0);
-    EXPECT_EQ(lua.callFunction("gesture", nullptr), 0);
-    EXPECT_EQ(lua.objects().size(), 1u);
-    lua_getglobal(lua.state(), "held");
-    EXPECT_TRUE(lua.objects().isLive(lua_touserdata(lua.state(), -1)));
-    lua_getglobal(lua.state(), "temp");
-    EXPECT_FALSE(lua.objects().isLive(lua_touserdata(lua.state(), -1)));
-    lua_settop(lua.state(), 0);
-    EXPECT_TRUE(alerts.alerts.empty());
-}
-
+// Texts in the "Main" table (alert titles, key symbols) and the "Lua" one
+// (pen type names) go through the installed translators.
 class Translations : public QTranslator {
 public:
-    QString translate(const char* context, const char* sourceText, const char*,
-                      int) const override {
-        if (QByteArray(context) == "Lua" && QByteArray(sourceText) == "Settings Pen")
-            return QStringLiteral("Stylo réglé");
-        if (QByteArray(context) == "Main" && QByteArray(sourceText) == "Runtime error")
-            return QStringLiteral("Erreur d'exécution");
+    QString translate(const char* context, const char* text, const char*, int) const override {
+        const QByteArray key = QByteArray(context) + ":" + text;
+        if (key == "Lua:Settings Pen") return QStringLiteral("Stylo réglé");
+        if (key == "Main:Runtime error") return QStringLiteral("Erreur d'exécution");
+        if (key == "Main:shift_key") return QStringLiteral("Umschalt+");
+        if (key == "Main:hyper_key") return QStringLiteral("Hyper+");
         return {};
     }
 };
 
-TEST_F(LuaTest, NamesAndAlertTitlesAreLocalised) {
+TEST_F(LuaTest, NamesAlertTitlesAndKeySymbolsAreLocalised) {
     int argc = 1;
     char name[] = "test_pens";
     char* argv[] = {name, nullptr};
@@ -316,6 +266,11 @@ TEST_F(LuaTest, NamesAndAlertTitlesAreLocalised) {
     lua->call("missing");
     ASSERT_EQ(alerts.alerts.size(), 1u);
     EXPECT_EQ(alerts.alerts[0].title, "Erreur d'exécution");
+    EXPECT_EQ(KeyStrings::formatKeyString("shift-cmd-s"), "Umschalt+⌘S");
+    EXPECT_EQ(KeyStrings::formatKeyString("hyper-h"), "Hyper+H");
+    EXPECT_EQ(
+        KeyStrings::keyEquivalentString("s", KeyStrings::ShiftKeyMask | KeyStrings::CommandKeyMask),
+        "⌘Umschalt+S");
     QCoreApplication::removeTranslator(&translations);
 }
 

@@ -1,19 +1,12 @@
 #pragma once
 
-#include "RecordingAlerts.h"
+#include "LuaTestSupport.h"
 #include "model/Stroke.h"
 #include "model/Strokes.h"
 #include "model/VimoCanvas.h"
-#include "pens/Lua.h"
 #include "pens/Pen.h"
-#include "raster/Bitmap.h"
 #include "support/ToolFixture.h"
-#include "tools/ToolDocument.h"
-#include "tools/ToolView.h"
 
-#include <QImage>
-
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,7 +14,7 @@
 // helpers to drive gestures.
 struct PenRig {
     explicit PenRig(const std::string& pensDir, Size size = {200, 150},
-                    const std::string& libDir = VIMO_TEST_DATA_DIR "/lib")
+                    const std::string& libDir = testLibDir())
         : view(size), document(view), pen(document, pensDir, libDir, &alerts) {}
 
     static ToolEvent event(Point at, float pressure = 1, std::uint32_t flags = 0) {

@@ -1,6 +1,5 @@
 #include "pens/PenScriptApi.h"
 #include "PenFixture.h"
-#include "RunChunk.h"
 #include "model/BezierPath.h"
 #include "pens/PenCallbacks.h"
 #include "raster/CGContextWrapper.h"
@@ -68,11 +67,8 @@ INSTANTIATE_TEST_SUITE_P(
     BadCalls, ApiErrorTest,
     testing::Values(
         BadCall{"", "set_line_width(bezier_path(), '3')", "set_line_width: wrong argument type"},
-        BadCall{"", "set_pen_opacity('0.5')", "set_pen_opacity: wrong argument type"},
         BadCall{"", "move_to_point(bezier_path(), 5)", "move_to_point: wrong argument type"},
-        BadCall{"", "move_to_point({}, {x = 1, y = 1})", "move_to_point: wrong argument type"},
         BadCall{"", "close_path()", "close_path: wrong argument type"},
-        BadCall{"", "curve_to_point(bezier_path(), {}, {})", "curve_to_point: wrong argument type"},
         BadCall{"", "set_pen_transfer_mode(3)", "set_pen_transfer_mode: wrong argument type"},
         BadCall{"", "set_color('red')", "set_color: wrong argument type"},
         BadCall{"", "close_path(forged)", "close_path: wrong class"},
@@ -90,16 +86,6 @@ INSTANTIATE_TEST_SUITE_P(
                 "color_arg: Color contains a NaN value (division by zero?)."},
         BadCall{"", "set_line_width(bezier_path(), 0/0)",
                 "number_arg: Number contains a NaN value (division by zero?)."}));
-
-TEST_F(ApiTest, PathsLiveUntilTheEventEndsUnlessRetained) {
-    ASSERT_EQ(run("a = bezier_path() b = retain(bezier_path()) same = (retain(b) == b)"), 0);
-    EXPECT_TRUE(lua.getGlobalBoolean("same", false));
-    // a is gone; b holds two retains.
-    ASSERT_EQ(run("release(b) move_to_point(b, {x = 1, y = 1})"), 0);
-    ASSERT_EQ(run("release(b) line_to_point(b, {x = 2, y = 2})"), 0); // released, alive this event
-    EXPECT_EQ(lua.objects().size(), 0u);
-    EXPECT_TRUE(rig.alerts.alerts.empty());
-}
 
 TEST_F(ApiTest, MissingFieldsDefault) {
     ASSERT_EQ(run("p = retain(bezier_path())"
@@ -162,6 +148,7 @@ TEST_F(ApiTest, LiveFeedbackIsQueuedUntilTheNextMove) {
               0);
     rig.down({10, 10});
     rig.move({20, 20});
+    EXPECT_EQ(lua.objects().size(), 0u); // the callback's own paths are gone with it
     Lua::Context& context = Lua::context();
     ASSERT_EQ(context.queued_paths.size(), 2u);
     EXPECT_EQ(context.queued_is_stroke, (std::vector<bool>{true, false}));
