@@ -155,12 +155,13 @@ TEST_F(ApiTest, LiveFeedbackIsQueuedUntilTheNextMove) {
 }
 
 // Previews are composited with the pen's opacity once, however often they
-// overlap, and leave the picture itself alone until pen-up ends them.
-TEST_F(ApiTest, PreviewsDoNotDarkenEachOther) {
+// overlap, and leave the picture alone. Adding a stroke ends them, even an
+// empty one, which is only logged; so does pen-up.
+TEST_F(ApiTest, PreviewsDoNotDarkenEachOtherAndEndWithAStrokeOrPenUp) {
     rig.pen.setOpacity(0.5f);
     ASSERT_EQ(run("function action(p, r) local a = bezier_path()"
                   " append_bezier_path_with_oval_in_rect(a, {x = 40, y = 40, w = 40, h = 40})"
-                  " preview_fill(a) end"),
+                  " preview_fill(a) if p.x == 13 then add_fill(bezier_path()) end end"),
               0);
     rig.down({10, 10});
     rig.move({11, 11});
@@ -170,6 +171,13 @@ TEST_F(ApiTest, PreviewsDoNotDarkenEachOther) {
     EXPECT_NE(once, WHITE);
     EXPECT_EQ(rig.drawAt(60, 60), WHITE);
     EXPECT_EQ(Lua::context().preview_rect, (Rect{40, 40, 40, 40}));
+    rig.move({13, 13});
+    EXPECT_EQ(rig.previewAt(60, 60), WHITE);
+    EXPECT_EQ(Lua::context().preview_rect, Rect{});
+    EXPECT_EQ(rig.alerts.log, (std::vector<std::string>{"Bad stroke added by Lua pen."}));
+    EXPECT_TRUE(rig.alerts.alerts.empty());
+    rig.move({14, 14});
+    EXPECT_EQ(rig.previewAt(60, 60), once);
     rig.up();
     EXPECT_EQ(rig.previewAt(60, 60), WHITE);
     EXPECT_EQ(rig.document.strokes().count(), 0);
@@ -195,24 +203,6 @@ TEST_F(ApiTest, AddedStrokesTakeThePenSettings) {
     EXPECT_EQ(outlined.opacity(), 0.75f);
     EXPECT_FALSE(rig.document.strokes().strokeAtIndex(1)->drawAsStroke());
     EXPECT_NE(rig.drawAt(60, 20), WHITE);
-}
-
-// An empty path cannot be a stroke: logged, nothing added, but the preview
-// was ended all the same.
-TEST_F(ApiTest, EmptyFillIsLoggedAndAddsNothing) {
-    ASSERT_EQ(run("function action(p, r) local a = bezier_path()"
-                  " append_bezier_path_with_rect(a, {x = 10, y = 10, w = 20, h = 20})"
-                  " preview_fill(a) add_fill(bezier_path()) end"),
-              0);
-    rig.down({1, 1});
-    rig.move({2, 2});
-    EXPECT_EQ(rig.document.strokes().count(), 0);
-    EXPECT_EQ(rig.previewAt(20, 20), WHITE);
-    EXPECT_EQ(Lua::context().preview_rect, Rect{});
-    ASSERT_EQ(rig.alerts.log.size(), 1u);
-    EXPECT_EQ(rig.alerts.log[0], "Bad stroke added by Lua pen.");
-    EXPECT_TRUE(rig.alerts.alerts.empty());
-    rig.up();
 }
 
 } // namespace
