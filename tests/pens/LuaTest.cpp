@@ -1,7 +1,6 @@
 #include "pens/Lua.h"
 #include "LuaTestSupport.h"
 #include "pens/KeyStrings.h"
-#include "pens/LuaObjectRegistry.h"
 
 #include <lua.hpp>
 
@@ -205,36 +204,6 @@ TEST(LuaPatterns, AgreeWithTheStandardLibrary) {
         EXPECT_EQ(evaluate(host.state(), expression), evaluate(reference, expression))
             << expression;
     lua_close(reference);
-}
-
-TEST(LuaObjectRegistry, AddedObjectsLiveUntilTheEventEndsUnlessRetained) {
-    LuaObjectRegistry registry;
-    int* kept = registry.add(std::make_unique<int>(1));
-    int* dropped = registry.add(std::make_unique<int>(2));
-    double* other = registry.add(std::make_unique<double>(3));
-
-    EXPECT_EQ(registry.get<int>(kept), kept);
-    EXPECT_EQ(registry.get<double>(kept), nullptr); // wrong type
-    EXPECT_EQ(registry.get<double>(other), other);
-    int notRegistered = 0;
-    EXPECT_FALSE(registry.isLive(&notRegistered));
-    EXPECT_FALSE(registry.retain(&notRegistered));
-
-    EXPECT_FALSE(registry.release(dropped)); // nothing to release
-    EXPECT_TRUE(registry.retain(kept));
-    EXPECT_TRUE(registry.retain(kept));
-    EXPECT_TRUE(registry.release(kept));
-    registry.endEvent();
-    EXPECT_TRUE(registry.isLive(kept));
-    EXPECT_FALSE(registry.isLive(dropped));
-    EXPECT_FALSE(registry.isLive(other));
-
-    // Released to zero: still valid for the rest of the event.
-    EXPECT_TRUE(registry.release(kept));
-    EXPECT_TRUE(registry.isLive(kept));
-    EXPECT_EQ(*registry.get<int>(kept), 1);
-    registry.endEvent();
-    EXPECT_EQ(registry.size(), 0u);
 }
 
 // Texts in the "Main" table (alert titles, key symbols) and the "Lua" one

@@ -30,26 +30,26 @@ TEST_F(ApiTest, BadCallsRaiseTheExactErrorAndTheStateCarriesOn) {
     lua_setglobal(lua.state(), "forged");
     const struct {
         const char *setup, *code, *message; // setup runs as an event of its own first
-    } calls[] = {
-        {"", "set_line_width(bezier_path(), '3')", "set_line_width: wrong argument type"},
-        {"", "move_to_point(bezier_path(), 5)", "move_to_point: wrong argument type"},
-        {"", "close_path()", "close_path: wrong argument type"},
-        {"", "set_pen_transfer_mode(3)", "set_pen_transfer_mode: wrong argument type"},
-        {"", "set_color('red')", "set_color: wrong argument type"},
-        {"", "close_path(forged)", "close_path: wrong class"},
-        // Not retained: gone when the event that made it ended.
-        {"stale = bezier_path()", "line_to_point(stale, {x = 1, y = 1})",
-         "line_to_point: wrong class"},
-        // Retained, then released in an event that has ended since.
-        {"kept = retain(bezier_path()) release(kept)", "add_fill(kept)", "add_fill: wrong class"},
-        {"", "move_to_point(bezier_path(), {x = 0/0, y = 1})",
-         "point_arg: Point contains a NaN value (division by zero?)."},
-        {"", "append_bezier_path_with_rect(bezier_path(), {w = 0/0})",
-         "rect_arg: Rect contains a NaN value (division by zero?)."},
-        {"", "set_pen_color({green = 0/0})",
-         "color_arg: Color contains a NaN value (division by zero?)."},
-        {"", "set_line_width(bezier_path(), 0/0)",
-         "number_arg: Number contains a NaN value (division by zero?)."}};
+    } calls[] = {{"", "set_line_width(bezier_path(), '3')", "set_line_width: wrong argument type"},
+                 {"", "move_to_point(bezier_path(), 5)", "move_to_point: wrong argument type"},
+                 {"", "close_path()", "close_path: wrong argument type"},
+                 {"", "set_pen_transfer_mode(3)", "set_pen_transfer_mode: wrong argument type"},
+                 {"", "set_color('red')", "set_color: wrong argument type"},
+                 {"", "close_path(forged)", "close_path: wrong class"},
+                 // Not retained: gone when the event that made it ended.
+                 {"stale = bezier_path()", "line_to_point(stale, {x = 1, y = 1})",
+                  "line_to_point: wrong class"},
+                 // Retained, then released: alive for the rest of that event only.
+                 {"kept = retain(bezier_path()) release(kept) close_path(kept)", "add_fill(kept)",
+                  "add_fill: wrong class"},
+                 {"", "move_to_point(bezier_path(), {x = 0/0, y = 1})",
+                  "point_arg: Point contains a NaN value (division by zero?)."},
+                 {"", "append_bezier_path_with_rect(bezier_path(), {w = 0/0})",
+                  "rect_arg: Rect contains a NaN value (division by zero?)."},
+                 {"", "set_pen_color({green = 0/0})",
+                  "color_arg: Color contains a NaN value (division by zero?)."},
+                 {"", "set_line_width(bezier_path(), 0/0)",
+                  "number_arg: Number contains a NaN value (division by zero?)."}};
     for (const auto& c : calls) {
         ASSERT_EQ(run(c.setup), 0);
         rig.alerts.clear();
@@ -63,10 +63,10 @@ TEST_F(ApiTest, BadCallsRaiseTheExactErrorAndTheStateCarriesOn) {
     }
 }
 
-TEST_F(ApiTest, MissingFieldsDefault) {
-    ASSERT_EQ(run("p = retain(bezier_path())"
-                  "append_bezier_path_with_oval_in_rect(p, {x = 3, y = 4})"),
-              0);
+// Retains count: one release of two leaves the path alive in later events.
+TEST_F(ApiTest, RetainsCountAndMissingFieldsDefault) {
+    ASSERT_EQ(run("p = retain(retain(bezier_path())) release(p)"), 0);
+    ASSERT_EQ(run("append_bezier_path_with_oval_in_rect(p, {x = 3, y = 4})"), 0);
     lua_getglobal(lua.state(), "p");
     BezierPath* p = lua.objects().get<BezierPath>(lua_touserdata(lua.state(), -1));
     lua_pop(lua.state(), 1);
