@@ -97,7 +97,7 @@ TEST(Bitmap, CopiesUseEachBitmapsOwnRows) {
     EXPECT_EQ(std::memcmp(copy->pixels(), from.pixels(), 5 * 4 * 4), 0);
 }
 
-TEST(Bitmap, FlipYSwapsMirroredRowsOnly) {
+TEST(Bitmap, FlipYSwapsMirroredRowsColorAtTruncatesAndClamps) {
     for (int h : {1, 3, 4}) {
         Bitmap bm(Size{2, float(h)});
         fillWithTags(bm);
@@ -105,9 +105,6 @@ TEST(Bitmap, FlipYSwapsMirroredRowsOnly) {
         for (int y = 0; y < h; ++y)
             for (int x = 0; x < 2; ++x) EXPECT_EQ(bm.at(x, y), tag(x, h - 1 - y)) << h;
     }
-}
-
-TEST(Bitmap, ColorAtTruncatesAndClamps) {
     Bitmap bm(Size{6, 4});
     fillWithTags(bm);
     EXPECT_EQ(bm.colorAt({-0.5f, -3}), tag(0, 0));

@@ -299,10 +299,8 @@ TEST(TransferModes, UnknownModesDoNothingWhateverTheSizes) {
     Bitmap src(Size{4, 4}), dst(Size{3, 5});
     src.fill(WHITE);
     dst.fill(0x12345678u);
-    for (int mode : {8, -1, 1000, INT_MIN}) {
-        src.transferRect(Rect{0, 0, 4, 4}, dst, mode, 1.0f);
-        src.transferRect(Rect{0, 0, 4, 4}, dst, mode, 0.5f);
-    }
+    for (int mode : {8, -1, 1000, INT_MIN})
+        for (float opacity : {1.0f, 0.5f}) src.transferRect(Rect{0, 0, 4, 4}, dst, mode, opacity);
     for (int i = 0; i < 15; ++i) EXPECT_EQ(dst.pixels()[i], 0x12345678u);
 }
 
