@@ -12,10 +12,6 @@ struct HostileCase {
     const char* message; // expected within the "Runtime error" alert's text
 };
 
-std::ostream& operator<<(std::ostream& os, const HostileCase& c) {
-    return os << c.function;
-}
-
 class LuaHostileTest : public testing::TestWithParam<HostileCase> {};
 
 // The second a hostile callback may take, in CPU time of this thread so that
