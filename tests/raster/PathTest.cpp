@@ -10,31 +10,16 @@
 namespace {
 
 PathElement el(std::int32_t type, Point a = {}, Point b = {}, Point c = {}) {
-    PathElement e;
-    e.type = type;
-    e.points[0] = a;
-    e.points[1] = b;
-    e.points[2] = c;
-    return e;
+    return PathElement{type, {a, b, c}};
 }
 
-// A closed square of five elements, counter-clockwise (y up) or clockwise.
+// A closed square, counter-clockwise (y up) or clockwise.
 void square(std::vector<PathElement>& out, float x, float y, float s, bool ccw = true) {
-    out.push_back(el(MoveToElement, {x, y}));
-    if (ccw) {
-        out.push_back(el(LineToElement, {x + s, y}));
-        out.push_back(el(LineToElement, {x + s, y + s}));
-        out.push_back(el(LineToElement, {x, y + s}));
-    } else {
-        out.push_back(el(LineToElement, {x, y + s}));
-        out.push_back(el(LineToElement, {x + s, y + s}));
-        out.push_back(el(LineToElement, {x + s, y}));
-    }
-    out.push_back(el(ClosePathElement));
-}
-
-std::uint32_t alpha(std::uint32_t px) {
-    return px >> 24;
+    const Point second = ccw ? Point{x + s, y} : Point{x, y + s},
+                fourth = ccw ? Point{x, y + s} : Point{x + s, y};
+    out.insert(out.end(), {el(MoveToElement, {x, y}), el(LineToElement, second),
+                           el(LineToElement, {x + s, y + s}), el(LineToElement, fourth),
+                           el(ClosePathElement)});
 }
 
 } // namespace
@@ -87,11 +72,11 @@ TEST(Path, NonZeroBatchesDoNotCancelEachOther) {
     };
     const auto same = render(true);
     const auto separate = render(false);
-    EXPECT_EQ(alpha(same->at(15, 15)), 255u);
-    EXPECT_EQ(alpha(same->at(35, 35)), 255u);
-    EXPECT_EQ(alpha(same->at(25, 25)), 0u);
-    EXPECT_EQ(alpha(separate->at(25, 25)), 255u);
-    EXPECT_EQ(alpha(separate->at(61, 61)), 255u);
+    EXPECT_EQ(same->at(15, 15), BLACK);
+    EXPECT_EQ(same->at(35, 35), BLACK);
+    EXPECT_EQ(same->at(25, 25), 0u);
+    EXPECT_EQ(separate->at(25, 25), BLACK);
+    EXPECT_EQ(separate->at(61, 61), BLACK);
 }
 
 TEST(Path, EvenOddLeavesHolesWhereNonZeroFills) {
@@ -102,11 +87,11 @@ TEST(Path, EvenOddLeavesHolesWhereNonZeroFills) {
     Bitmap bm(Size{32, 32});
     bm.fill(0);
     EXPECT_EQ(path.fillInContext(bm.cgContext(), EvenOddWindingRule), (Rect{4, 4, 24, 24}));
-    EXPECT_EQ(alpha(bm.at(15, 15)), 0u);
-    EXPECT_EQ(alpha(bm.at(6, 6)), 255u);
+    EXPECT_EQ(bm.at(15, 15), 0u);
+    EXPECT_EQ(bm.at(6, 6), BLACK);
     bm.fill(0);
     path.fillInContext(bm.cgContext(), NonZeroWindingRule);
-    EXPECT_EQ(alpha(bm.at(15, 15)), 255u);
+    EXPECT_EQ(bm.at(15, 15), BLACK);
 }
 
 TEST(Path, StrokeReturnsBoundsGrownByAFullLineWidth) {
