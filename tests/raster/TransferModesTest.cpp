@@ -220,21 +220,6 @@ TEST(TransferModes, LoopsWorkInPlaceAndOnShortRows) {
             }
 }
 
-namespace {
-
-// A source and a destination bitmap of the same size, filled from the test
-// rows' random pixels.
-struct Pair {
-    Bitmap src{Size{61, 37}}, dst{Size{61, 37}};
-    Pair() {
-        const std::size_t n = 61 * 37;
-        std::copy_n(sharedRows().src.begin() + 140000, n, src.pixels());
-        std::copy_n(sharedRows().dst.begin() + 140000, n, dst.pixels());
-    }
-};
-
-} // namespace
-
 // Hand-worked results pin the reference down; the loops are compared with it.
 TEST(TransferModes, WorkedExamples) {
     EXPECT_EQ(reference(0, 0x80000080u, 0xFF00FF00u), 0xFF007F80u);
@@ -266,24 +251,26 @@ TEST(TransferModes, WorkedExamples) {
 // for its factor (opacity 1 the plain one) on every mode, inside the span
 // only; the source is only read.
 TEST(TransferModes, TransferRectAppliesTheFactorToTheSpanOnly) {
+    const auto src0 = sharedRows().src.begin() + 140000, dst0 = sharedRows().dst.begin() + 140000;
+    Bitmap src(Size{61, 37}), before(Size{61, 37}), dst(Size{61, 37});
+    std::copy_n(src0, 61 * 37, src.pixels());
+    std::copy_n(dst0, 61 * 37, before.pixels());
     for (const Rect r : {Rect{3.5f, 2.25f, 20, 9.5f}, Rect{0, 5, 61, 3}, Rect{-10, -10, 5, 5},
                          Rect{60, 36, 0, 0}, Rect{0, 0, 61, 37}})
         for (float opacity : {1.0f, 0.99999f, 0.5f, 0.0f, 2.0f, -0.5f, 300.0f, NAN})
             for (int mode = 0; mode < 8; ++mode) {
                 const int op = opacity == 1.0f ? kPlain : transfer_modes::opacityFactor(opacity);
-                Pair pair;
-                const Pair before;
-                pair.src.transferRect(r, pair.dst, mode, opacity);
-                const PixelSpan s = pair.src.pixelSpan(r);
+                before.copyAllTo(dst);
+                src.transferRect(r, dst, mode, opacity);
+                const PixelSpan s = src.pixelSpan(r);
                 for (int y = 0; y < 37; ++y)
                     for (int x = 0; x < 61; ++x) {
                         const bool inside = x >= s.x0 && x <= s.x1 && y >= s.y0 && y <= s.y1;
-                        const u32 d = before.dst.at(x, y);
-                        ASSERT_EQ(pair.dst.at(x, y),
-                                  inside ? reference(mode, before.src.at(x, y), d, op) : d)
+                        const u32 d = before.at(x, y);
+                        ASSERT_EQ(dst.at(x, y), inside ? reference(mode, src.at(x, y), d, op) : d)
                             << "mode " << mode << " opacity " << opacity << " at " << x << "," << y;
                     }
-                ASSERT_EQ(std::memcmp(pair.src.pixels(), before.src.pixels(), 61 * 37 * 4), 0);
+                ASSERT_TRUE(std::equal(src0, src0 + 61 * 37, src.pixels())); // only read
             }
 }
 
