@@ -17,11 +17,9 @@ struct PenRig {
                     const std::string& libDir = testLibDir())
         : view(size), document(view), pen(document, pensDir, libDir, &alerts) {}
 
-    static ToolEvent event(Point at, float pressure = 1, std::uint32_t flags = 0) {
-        ToolEvent e;
-        e.location = at;
+    static ToolEvent event(Point at, float pressure, std::uint32_t flags) {
+        ToolEvent e = toolEventAt(at, flags);
         e.pressure = pressure;
-        e.modifierFlags = flags;
         return e;
     }
     void down(Point at, float pressure = 1, std::uint32_t flags = 0) {
@@ -31,7 +29,6 @@ struct PenRig {
         pen.toolMoveEvent(event(at, pressure, flags), at);
     }
     void up(std::uint32_t flags = 0) { pen.toolUpEvent(event({}, 0, flags)); }
-    // down, the moves, up.
     void drag(const std::vector<Point>& points, float pressure = 1, std::uint32_t flags = 0) {
         down(points.front(), pressure, flags);
         for (std::size_t i = 1; i < points.size(); i++) move(points[i], pressure, flags);

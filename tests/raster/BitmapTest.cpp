@@ -69,8 +69,7 @@ TEST(Bitmap, FillRectIncludesTheFarEdgesAndClampsFirst) {
                 const bool inside =
                     x >= c.want.x0 && x <= c.want.x1 && y >= c.want.y0 && y <= c.want.y1;
                 ASSERT_EQ(bm.at(x, y), inside ? RED : 0u)
-                    << c.r.x << " " << c.r.y << " " << c.r.width << " " << c.r.height << " at " << x
-                    << "," << y;
+                    << "case " << &c - cases << " at " << x << "," << y;
             }
     }
 }
@@ -81,10 +80,9 @@ TEST(Bitmap, CopiesUseEachBitmapsOwnRows) {
     to.fill(0);
     from.copyRect(Rect{1, 1, 1, 2}, to);
     for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 5; ++x) {
-            const bool inside = x >= 1 && x <= 2 && y >= 1 && y <= 3;
-            EXPECT_EQ(to.at(x, y), inside ? tag(x, y) : 0u) << x << "," << y;
-        }
+        for (int x = 0; x < 5; ++x)
+            EXPECT_EQ(to.at(x, y), x >= 1 && x <= 2 && y >= 1 && y <= 3 ? tag(x, y) : 0u)
+                << x << "," << y;
     to.fill(0);
     from.copyAllTo(to);
     EXPECT_EQ(std::memcmp(from.pixels(), to.pixels(), 5 * 4 * 4), 0);
