@@ -41,8 +41,7 @@ inline std::string testPen(const std::string& file) {
     return testPensDir() + "/" + file;
 }
 
-// Runs a chunk of source text on the host's state through pcallWithArgs; a
-// chunk that does not compile fails the test.
+// Runs a chunk through pcallWithArgs; one that does not compile fails the test.
 inline int runChunk(Lua& lua, const std::string& code) {
     lua_State* L = lua.state();
     if (luaL_loadbuffer(L, code.data(), code.size(), "=chunk") != 0) {

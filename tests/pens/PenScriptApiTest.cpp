@@ -10,8 +10,8 @@
 
 namespace {
 
-// A pen tool whose current pen type is tests/data/pens/api/api.lua, with the
-// script context pointing at it, and a way to run chunks as one event each.
+// A pen tool on tests/data/pens/api/api.lua as the script context; run()
+// runs a chunk as one event.
 struct ApiTest : testing::Test {
     PenRig rig{VIMO_TEST_DATA_DIR "/pens/api"};
     Lua& lua = *rig.pen.penType();

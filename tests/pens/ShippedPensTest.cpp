@@ -19,10 +19,9 @@ struct ShippedRig : PenRig {
     ShippedRig() : PenRig(kPens, {240, 160}, kLib) {}
 };
 
-// Compares a bitmap with tests/data/pens/golden/<name>.png. A missing golden
-// image (or VIMO_UPDATE_GOLDEN=1) writes the current picture instead, to be
-// looked at and committed. Small rounding differences are tolerated: channels
-// may differ by more than 3 on at most 0.2 % of them.
+// Compares a bitmap with tests/data/pens/golden/<name>.png; a missing golden
+// (or VIMO_UPDATE_GOLDEN=1) is written instead. Up to 0.2 % of the channels
+// may differ by more than 3.
 void expectMatchesGolden(const Bitmap& bitmap, const std::string& name) {
     const QString golden = QString(VIMO_TEST_DATA_DIR "/pens/golden/%1.png").arg(name.c_str());
     const QImage actual = bitmap.image().convertToFormat(QImage::Format_RGBA8888);

@@ -115,10 +115,9 @@ TEST(CoverageRasterizer, PixelAlignedEdgesAreExactHalfPixelEdgesHalfCovered) {
               (std::vector<int>{0, 128, 255, 255, 128, 0}));
 }
 
-// Random paths under both rules, some inside, some reaching well beyond every
-// edge. Antialiased, flattening differs from QPainter's at sharp bends of
-// random curves; aliased, pixels whose centre lies on an edge may go either
-// way, and every pixel is painted fully or not at all.
+// Random paths under both rules, some reaching well beyond every edge. Our
+// flattening differs from QPainter's at sharp bends of random curves; aliased,
+// pixels centred on an edge may go either way, the rest fully or not at all.
 TEST(CoverageRasterizer, RandomPathsMatchQPainter) {
     std::mt19937 rng(1234);
     for (int round = 0; round < 60; ++round) {

@@ -96,15 +96,14 @@ u32 reference(int mode, u32 sw, u32 dw, int op = kPlain) {
     return dw;
 }
 
-// A premultiplied pixel (each colour at most alpha) or any word at all.
+// A premultiplied pixel (each colour at most alpha, which is often 0 or 255)
+// or any word at all.
 u32 randomPixel(std::mt19937& rng, bool valid) {
     const u32 w = u32(rng());
     if (!valid) return w;
-    const int a = int(w >> 24);
-    // Bias toward the common coverages 0 and 255.
-    const int pick = int(rng() % 8);
-    const int alpha = pick == 0 ? 0 : pick == 1 ? 255 : a;
-    auto c = [&](int shift) { return alpha == 0 ? 0 : int((w >> shift) & 0xFF) % (alpha + 1); };
+    const u32 pick = rng() % 8;
+    const int alpha = pick == 0 ? 0 : pick == 1 ? 255 : int(w >> 24);
+    auto c = [&](int shift) { return int(w >> shift & 0xFF) % (alpha + 1); };
     return pack({c(0), c(8), c(16), alpha});
 }
 
@@ -203,8 +202,7 @@ TEST(TransferModes, EveryLoopOfEveryVariantMatchesTheReference) {
 }
 
 // The pixel multiply divides by the larger alpha: every pair of alphas, with
-// random colours (valid or not), checks each quotient. (The loops meet every
-// pair of alphas in the grid.)
+// random colours, checks each quotient (the loops meet them in the grid).
 TEST(TransferModes, MultiplyMatchesTheReferenceForEveryPairOfAlphas) {
     std::mt19937 rng(7);
     for (int i = 0; i < 256 * 256 * 4; ++i) {
@@ -242,8 +240,7 @@ TEST(TransferModes, WorkedExamples) {
 }
 
 // Every opacity, including the caller's errors, gives the reference's result
-// for its factor (opacity 1 the plain one) on every mode, inside the span
-// only; the source is only read.
+// for its factor (opacity 1: the plain one) on every mode, in the span only.
 TEST(TransferModes, TransferRectAppliesTheFactorToTheSpanOnly) {
     const auto src0 = sharedRows().src.begin() + 140000, dst0 = sharedRows().dst.begin() + 140000;
     Bitmap src(Size{61, 37}), before(Size{61, 37}), dst(Size{61, 37});
