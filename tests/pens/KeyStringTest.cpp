@@ -6,8 +6,7 @@ namespace {
 
 using K = KeyStrings;
 
-// Every word but the last names a modifier; formatting keeps the written
-// order, key equivalents use a fixed one.
+// Every word but the last is a modifier; only key equivalents reorder them.
 TEST(KeyStrings, ModifierMasksFormatsAndKeyEquivalents) {
     EXPECT_EQ(K::modifierMaskFromKeyString(std::nullopt), 0u);
     EXPECT_EQ(K::modifierMaskFromKeyString("x"), 0u);

@@ -14,9 +14,8 @@ struct HostileCase {
 
 class LuaHostileTest : public testing::TestWithParam<HostileCase> {};
 
-// The second a hostile callback may take, in CPU time of this thread so that
-// other work on the machine does not count. Sanitizer builds run several
-// times slower (allocation-heavy scripts most of all), so they get more.
+// The time a hostile callback may take, in CPU time of this thread so that
+// other work does not count; sanitizer builds run several times slower.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr std::chrono::milliseconds kAllowed{4000};
 #else

@@ -184,8 +184,7 @@ return table.concat(results, '\n')
     EXPECT_EQ(evaluate(host.state()), want);
 }
 
-// Texts in the "Main" table (alert titles, key symbols) and the "Lua" one
-// (pen type names) go through the installed translators.
+// Pen type names ("Lua" table), alert titles and key symbols ("Main").
 class Translations : public QTranslator {
 public:
     QString translate(const char* context, const char* text, const char*, int) const override {

@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-// One pen tool over a fresh canvas, its documents and recorded alerts, with
-// helpers to drive gestures.
+// One pen tool over a fresh canvas, with its document, alerts and gestures.
 struct PenRig {
     explicit PenRig(const std::string& pensDir, Size size = {200, 150},
                     const std::string& libDir = testLibDir())

@@ -19,7 +19,6 @@ struct ApiTest : testing::Test {
     ApiTest() { Lua::setContextView(&rig.view, &rig.pen); }
 
     int run(const std::string& code) { return runChunk(lua, code); }
-    double number(const char* name) { return lua.getGlobalNumber(name, -999); }
     std::string text(const char* name) { return lua.getGlobalString(name).value_or("(nil)"); }
 };
 
@@ -109,7 +108,7 @@ TEST_F(ApiTest, CallbacksSeeTheEvent) {
     EXPECT_EQ(text("down"), "20 30 0");
     // The radius is 10 x 0.5 / 2.
     EXPECT_EQ(text("moved"), "25 35 2.5 0.5 true false false false true 2");
-    EXPECT_EQ(number("up_pressure"), 0);
+    EXPECT_EQ(lua.getGlobalNumber("up_pressure", -1), 0);
 }
 
 // "stroke" and "fill" queue paths in view coordinates for the next redraw

@@ -10,8 +10,7 @@
 
 namespace {
 
-// Pixel (x, y) holds a word that names it, so that any misplaced read or
-// write shows up as a wrong value.
+// Pixel (x, y) holds a word naming it: a misplaced read or write shows.
 std::uint32_t tag(int x, int y) {
     return 0xFF000000u | std::uint32_t(y) << 8 | std::uint32_t(x);
 }
@@ -116,8 +115,7 @@ TEST(Bitmap, FlipYSwapsMirroredRowsColorAtTruncatesAndClamps) {
 TEST(Bitmap, EmptyBitmapsTakeEveryOperationAndHugeOnesAreRefused) {
     for (Size size :
          {Size{0, 0}, Size{5, 0}, Size{0, 5}, Size{-3, 4}, Size{NAN, 2}, Size{0.5f, 9}}) {
-        Bitmap bm(size);
-        Bitmap other(size);
+        Bitmap bm(size), other(size);
         EXPECT_EQ(bm.width() * bm.height(), 0);
         bm.fill(RED);
         bm.fillRect(Rect{0, 0, 10, 10}, RED);

@@ -49,8 +49,8 @@ TEST(GraphicsContext, FillsThroughTheCurrentTransformWithPremultipliedColour) {
     EXPECT_NEAR(moved.height, 6, 1e-4);
 }
 
-TEST(GraphicsContext, PathRulesAndBounds) {
-    Bitmap bm(Size{30, 30});
+TEST(GraphicsContext, PathRulesFillsAndStrokesWithWidthJoinAndStrokeColour) {
+    Bitmap bm(Size{40, 40});
     GraphicsContext& gc = bm.graphicsContext();
     EXPECT_EQ(gc.pathBoundingBox(), Rect{});
     // Lines and curves without a current point are ignored.
@@ -70,11 +70,7 @@ TEST(GraphicsContext, PathRulesAndBounds) {
     EXPECT_EQ(bm.at(8, 2), BLACK);
     EXPECT_EQ(bm.at(2, 8), BLACK);
     EXPECT_EQ(bm.at(12, 2), 0u);
-}
 
-TEST(GraphicsContext, StrokesWithWidthJoinAndStrokeColour) {
-    Bitmap bm(Size{40, 40});
-    GraphicsContext& gc = bm.graphicsContext();
     gc.setFillColor(Color::device(0, 1, 0));
     gc.setStrokeColor(Color::device(1, 0, 0));
     gc.setLineWidth(4);

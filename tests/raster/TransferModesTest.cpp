@@ -10,8 +10,8 @@
 #include <random>
 #include <vector>
 
-// Every transfer is checked against a slow reference written straight from
-// the rules, channel by channel in plain int arithmetic.
+// Transfers are checked against a slow reference written straight from the
+// rules, channel by channel in plain int arithmetic.
 namespace {
 
 using u32 = std::uint32_t;
@@ -111,8 +111,7 @@ struct Rows {
     std::vector<u32> src, dst;
 };
 
-// Every source value in every channel against destinations whose channels
-// take every value (step 1) or a spread of them.
+// Every source value in every channel against every (or every step-th) one.
 Rows grid(int step) {
     Rows g;
     for (int s = 0; s < 256; ++s)
