@@ -1,34 +1,24 @@
 #pragma once
 
-#include "RecordingAlerts.h"
+#include "LuaTestSupport.h"
 #include "model/Stroke.h"
 #include "model/Strokes.h"
 #include "model/VimoCanvas.h"
-#include "pens/Lua.h"
 #include "pens/Pen.h"
-#include "raster/Bitmap.h"
 #include "support/ToolFixture.h"
-#include "tools/ToolDocument.h"
-#include "tools/ToolView.h"
 
-#include <QImage>
-
-#include <memory>
 #include <string>
 #include <vector>
 
-// One pen tool over a fresh canvas, its documents and recorded alerts, with
-// helpers to drive gestures.
+// One pen tool over a fresh canvas, with its document, alerts and gestures.
 struct PenRig {
     explicit PenRig(const std::string& pensDir, Size size = {200, 150},
-                    const std::string& libDir = VIMO_TEST_DATA_DIR "/lib")
+                    const std::string& libDir = testLibDir())
         : view(size), document(view), pen(document, pensDir, libDir, &alerts) {}
 
-    static ToolEvent event(Point at, float pressure = 1, std::uint32_t flags = 0) {
-        ToolEvent e;
-        e.location = at;
+    static ToolEvent event(Point at, float pressure, std::uint32_t flags) {
+        ToolEvent e = toolEventAt(at, flags);
         e.pressure = pressure;
-        e.modifierFlags = flags;
         return e;
     }
     void down(Point at, float pressure = 1, std::uint32_t flags = 0) {
@@ -38,7 +28,6 @@ struct PenRig {
         pen.toolMoveEvent(event(at, pressure, flags), at);
     }
     void up(std::uint32_t flags = 0) { pen.toolUpEvent(event({}, 0, flags)); }
-    // down, the moves, up.
     void drag(const std::vector<Point>& points, float pressure = 1, std::uint32_t flags = 0) {
         down(points.front(), pressure, flags);
         for (std::size_t i = 1; i < points.size(); i++) move(points[i], pressure, flags);

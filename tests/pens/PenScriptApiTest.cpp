@@ -1,6 +1,5 @@
 #include "pens/PenScriptApi.h"
 #include "PenFixture.h"
-#include "RunChunk.h"
 #include "model/BezierPath.h"
 #include "pens/PenCallbacks.h"
 #include "raster/CGContextWrapper.h"
@@ -11,8 +10,8 @@
 
 namespace {
 
-// A pen tool whose current pen type is tests/data/pens/api/api.lua, with the
-// script context pointing at it, and a way to run chunks as one event each.
+// A pen tool on tests/data/pens/api/api.lua as the script context; run()
+// runs a chunk as one event.
 struct ApiTest : testing::Test {
     PenRig rig{VIMO_TEST_DATA_DIR "/pens/api"};
     Lua& lua = *rig.pen.penType();
@@ -20,91 +19,53 @@ struct ApiTest : testing::Test {
     ApiTest() { Lua::setContextView(&rig.view, &rig.pen); }
 
     int run(const std::string& code) { return runChunk(lua, code); }
-    double number(const char* name) { return lua.getGlobalNumber(name, -999); }
     std::string text(const char* name) { return lua.getGlobalString(name).value_or("(nil)"); }
 };
 
-TEST_F(ApiTest, RegistersAllFunctions) {
-    for (const char* name : PenScriptApi::kFunctionNames)
-        EXPECT_EQ(lua.getGlobalType(name), LUA_TFUNCTION) << name;
-}
-
-struct BadCall {
-    const char* setup; // run as an event of its own first (may be empty)
-    const char* code;
-    const char* message;
-};
-
-std::ostream& operator<<(std::ostream& os, const BadCall& c) {
-    return os << c.code;
-}
-
-class ApiErrorTest : public ApiTest, public testing::WithParamInterface<BadCall> {};
-
-// Every bad call ends at once with its "Runtime error" text, and the state
-// goes on running good code.
-TEST_P(ApiErrorTest, RaisesTheExactErrorAndCarriesOn) {
-    const BadCall& c = GetParam();
+// Every bad call ends at once with its exact "Runtime error" text (Lua puts
+// the script position in front), and the state goes on running good code.
+TEST_F(ApiTest, BadCallsRaiseTheExactErrorAndTheStateCarriesOn) {
     lua_pushlightuserdata(lua.state(), &rig); // a pointer the registry never handed out
     lua_setglobal(lua.state(), "forged");
-    if (*c.setup) {
+    const struct {
+        const char *setup, *code, *message; // setup runs as an event of its own first
+    } calls[] = {{"", "set_line_width(bezier_path(), '3')", "set_line_width: wrong argument type"},
+                 {"", "move_to_point(bezier_path(), 5)", "move_to_point: wrong argument type"},
+                 {"", "close_path()", "close_path: wrong argument type"},
+                 {"", "set_pen_transfer_mode(3)", "set_pen_transfer_mode: wrong argument type"},
+                 {"", "set_color('red')", "set_color: wrong argument type"},
+                 {"", "close_path(forged)", "close_path: wrong class"},
+                 // Not retained: gone when the event that made it ended.
+                 {"stale = bezier_path()", "line_to_point(stale, {x = 1, y = 1})",
+                  "line_to_point: wrong class"},
+                 // Retained, then released: alive for the rest of that event only.
+                 {"kept = retain(bezier_path()) release(kept) close_path(kept)", "add_fill(kept)",
+                  "add_fill: wrong class"},
+                 {"", "move_to_point(bezier_path(), {x = 0/0, y = 1})",
+                  "point_arg: Point contains a NaN value (division by zero?)."},
+                 {"", "append_bezier_path_with_rect(bezier_path(), {w = 0/0})",
+                  "rect_arg: Rect contains a NaN value (division by zero?)."},
+                 {"", "set_pen_color({green = 0/0})",
+                  "color_arg: Color contains a NaN value (division by zero?)."},
+                 {"", "set_line_width(bezier_path(), 0/0)",
+                  "number_arg: Number contains a NaN value (division by zero?)."}};
+    for (const auto& c : calls) {
         ASSERT_EQ(run(c.setup), 0);
+        rig.alerts.clear();
+        EXPECT_NE(run(c.code), 0);
+        ASSERT_EQ(rig.alerts.alerts.size(), 1u) << c.code;
+        EXPECT_EQ(rig.alerts.alerts[0].title, "Runtime error");
+        EXPECT_EQ(rig.alerts.alerts[0].message, std::string("chunk:1: ") + c.message);
+        rig.alerts.clear();
+        EXPECT_EQ(run("local p = bezier_path() move_to_point(p, {x = 1, y = 2}) ok = 1"), 0);
+        EXPECT_TRUE(rig.alerts.alerts.empty());
     }
-    rig.alerts.clear();
-
-    EXPECT_NE(run(c.code), 0);
-    ASSERT_EQ(rig.alerts.alerts.size(), 1u);
-    EXPECT_EQ(rig.alerts.alerts[0].title, "Runtime error");
-    // Lua puts the script position in front, as for any error it raises.
-    EXPECT_EQ(rig.alerts.alerts[0].message, std::string("chunk:1: ") + c.message);
-
-    rig.alerts.clear();
-    EXPECT_EQ(run("local p = bezier_path() move_to_point(p, {x = 1, y = 2}) ok = 1"), 0);
-    EXPECT_TRUE(rig.alerts.alerts.empty());
-    EXPECT_EQ(number("ok"), 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    BadCalls, ApiErrorTest,
-    testing::Values(
-        BadCall{"", "set_line_width(bezier_path(), '3')", "set_line_width: wrong argument type"},
-        BadCall{"", "set_pen_opacity('0.5')", "set_pen_opacity: wrong argument type"},
-        BadCall{"", "move_to_point(bezier_path(), 5)", "move_to_point: wrong argument type"},
-        BadCall{"", "move_to_point({}, {x = 1, y = 1})", "move_to_point: wrong argument type"},
-        BadCall{"", "close_path()", "close_path: wrong argument type"},
-        BadCall{"", "curve_to_point(bezier_path(), {}, {})", "curve_to_point: wrong argument type"},
-        BadCall{"", "set_pen_transfer_mode(3)", "set_pen_transfer_mode: wrong argument type"},
-        BadCall{"", "set_color('red')", "set_color: wrong argument type"},
-        BadCall{"", "close_path(forged)", "close_path: wrong class"},
-        // Not retained: gone when the event that made it ended.
-        BadCall{"stale = bezier_path()", "line_to_point(stale, {x = 1, y = 1})",
-                "line_to_point: wrong class"},
-        // Retained, then released in an event that has ended since.
-        BadCall{"kept = retain(bezier_path()) release(kept)", "add_fill(kept)",
-                "add_fill: wrong class"},
-        BadCall{"", "move_to_point(bezier_path(), {x = 0/0, y = 1})",
-                "point_arg: Point contains a NaN value (division by zero?)."},
-        BadCall{"", "append_bezier_path_with_rect(bezier_path(), {w = 0/0})",
-                "rect_arg: Rect contains a NaN value (division by zero?)."},
-        BadCall{"", "set_pen_color({green = 0/0})",
-                "color_arg: Color contains a NaN value (division by zero?)."},
-        BadCall{"", "set_line_width(bezier_path(), 0/0)",
-                "number_arg: Number contains a NaN value (division by zero?)."}));
-
-TEST_F(ApiTest, PathsLiveUntilTheEventEndsUnlessRetained) {
-    ASSERT_EQ(run("a = bezier_path() b = retain(bezier_path()) same = (retain(b) == b)"), 0);
-    EXPECT_TRUE(lua.getGlobalBoolean("same", false));
-    // a is gone; b holds two retains.
-    ASSERT_EQ(run("release(b) move_to_point(b, {x = 1, y = 1})"), 0);
-    ASSERT_EQ(run("release(b) line_to_point(b, {x = 2, y = 2})"), 0); // released, alive this event
-    EXPECT_EQ(lua.objects().size(), 0u);
-    EXPECT_TRUE(rig.alerts.alerts.empty());
-}
-
-TEST_F(ApiTest, MissingFieldsDefault) {
-    ASSERT_EQ(run("p = retain(bezier_path())"
-                  "append_bezier_path_with_oval_in_rect(p, {x = 3, y = 4})"),
-              0);
+// Retains count: one release of two leaves the path alive in later events.
+TEST_F(ApiTest, RetainsCountAndMissingFieldsDefault) {
+    ASSERT_EQ(run("p = retain(retain(bezier_path())) release(p)"), 0);
+    ASSERT_EQ(run("append_bezier_path_with_oval_in_rect(p, {x = 3, y = 4})"), 0);
     lua_getglobal(lua.state(), "p");
     BezierPath* p = lua.objects().get<BezierPath>(lua_touserdata(lua.state(), -1));
     lua_pop(lua.state(), 1);
@@ -147,7 +108,7 @@ TEST_F(ApiTest, CallbacksSeeTheEvent) {
     EXPECT_EQ(text("down"), "20 30 0");
     // The radius is 10 x 0.5 / 2.
     EXPECT_EQ(text("moved"), "25 35 2.5 0.5 true false false false true 2");
-    EXPECT_EQ(number("up_pressure"), 0);
+    EXPECT_EQ(lua.getGlobalNumber("up_pressure", -1), 0);
 }
 
 // "stroke" and "fill" queue paths in view coordinates for the next redraw
@@ -162,6 +123,7 @@ TEST_F(ApiTest, LiveFeedbackIsQueuedUntilTheNextMove) {
               0);
     rig.down({10, 10});
     rig.move({20, 20});
+    EXPECT_EQ(lua.objects().size(), 0u); // the callback's own paths are gone with it
     Lua::Context& context = Lua::context();
     ASSERT_EQ(context.queued_paths.size(), 2u);
     EXPECT_EQ(context.queued_is_stroke, (std::vector<bool>{true, false}));
@@ -192,12 +154,13 @@ TEST_F(ApiTest, LiveFeedbackIsQueuedUntilTheNextMove) {
 }
 
 // Previews are composited with the pen's opacity once, however often they
-// overlap, and leave the picture itself alone until pen-up ends them.
-TEST_F(ApiTest, PreviewsDoNotDarkenEachOther) {
+// overlap, and leave the picture alone. Adding a stroke ends them, even an
+// empty one, which is only logged; so does pen-up.
+TEST_F(ApiTest, PreviewsDoNotDarkenEachOtherAndEndWithAStrokeOrPenUp) {
     rig.pen.setOpacity(0.5f);
     ASSERT_EQ(run("function action(p, r) local a = bezier_path()"
                   " append_bezier_path_with_oval_in_rect(a, {x = 40, y = 40, w = 40, h = 40})"
-                  " preview_fill(a) end"),
+                  " preview_fill(a) if p.x == 13 then add_fill(bezier_path()) end end"),
               0);
     rig.down({10, 10});
     rig.move({11, 11});
@@ -207,6 +170,13 @@ TEST_F(ApiTest, PreviewsDoNotDarkenEachOther) {
     EXPECT_NE(once, WHITE);
     EXPECT_EQ(rig.drawAt(60, 60), WHITE);
     EXPECT_EQ(Lua::context().preview_rect, (Rect{40, 40, 40, 40}));
+    rig.move({13, 13});
+    EXPECT_EQ(rig.previewAt(60, 60), WHITE);
+    EXPECT_EQ(Lua::context().preview_rect, Rect{});
+    EXPECT_EQ(rig.alerts.log, (std::vector<std::string>{"Bad stroke added by Lua pen."}));
+    EXPECT_TRUE(rig.alerts.alerts.empty());
+    rig.move({14, 14});
+    EXPECT_EQ(rig.previewAt(60, 60), once);
     rig.up();
     EXPECT_EQ(rig.previewAt(60, 60), WHITE);
     EXPECT_EQ(rig.document.strokes().count(), 0);
@@ -232,24 +202,6 @@ TEST_F(ApiTest, AddedStrokesTakeThePenSettings) {
     EXPECT_EQ(outlined.opacity(), 0.75f);
     EXPECT_FALSE(rig.document.strokes().strokeAtIndex(1)->drawAsStroke());
     EXPECT_NE(rig.drawAt(60, 20), WHITE);
-}
-
-// An empty path cannot be a stroke: logged, nothing added, but the preview
-// was ended all the same.
-TEST_F(ApiTest, EmptyFillIsLoggedAndAddsNothing) {
-    ASSERT_EQ(run("function action(p, r) local a = bezier_path()"
-                  " append_bezier_path_with_rect(a, {x = 10, y = 10, w = 20, h = 20})"
-                  " preview_fill(a) add_fill(bezier_path()) end"),
-              0);
-    rig.down({1, 1});
-    rig.move({2, 2});
-    EXPECT_EQ(rig.document.strokes().count(), 0);
-    EXPECT_EQ(rig.previewAt(20, 20), WHITE);
-    EXPECT_EQ(Lua::context().preview_rect, Rect{});
-    ASSERT_EQ(rig.alerts.log.size(), 1u);
-    EXPECT_EQ(rig.alerts.log[0], "Bad stroke added by Lua pen.");
-    EXPECT_TRUE(rig.alerts.alerts.empty());
-    rig.up();
 }
 
 } // namespace

@@ -1,12 +1,13 @@
-#include "GoldenCompare.h"
 #include "PenFixture.h"
 
-#include <QFileInfo>
+#include <QDir>
 #include <QImage>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <set>
 
 namespace {
 
@@ -18,6 +19,29 @@ struct ShippedRig : PenRig {
     ShippedRig() : PenRig(kPens, {240, 160}, kLib) {}
 };
 
+// Compares a bitmap with tests/data/pens/golden/<name>.png; a missing golden
+// (or VIMO_UPDATE_GOLDEN=1) is written instead. Up to 0.2 % of the channels
+// may differ by more than 3.
+void expectMatchesGolden(const Bitmap& bitmap, const std::string& name) {
+    const QString golden = QString(VIMO_TEST_DATA_DIR "/pens/golden/%1.png").arg(name.c_str());
+    const QImage actual = bitmap.image().convertToFormat(QImage::Format_RGBA8888);
+    const char* update = std::getenv("VIMO_UPDATE_GOLDEN");
+    if ((update && *update == '1') || QImage(golden).isNull()) {
+        ASSERT_TRUE(actual.save(golden)) << golden.toStdString();
+        GTEST_SKIP() << "wrote " << golden.toStdString();
+    }
+    const QImage expected = QImage(golden).convertToFormat(QImage::Format_RGBA8888);
+    ASSERT_EQ(expected.size(), actual.size()) << name;
+    long off = 0;
+    for (qsizetype i = 0; i < actual.sizeInBytes(); i++)
+        off += std::abs(actual.constBits()[i] - expected.constBits()[i]) > 3;
+    const long allowed = long(actual.sizeInBytes() / 500);
+    if (off > allowed && QDir().mkpath(VIMO_TEST_OUTPUT_DIR))
+        actual.save(QString(VIMO_TEST_OUTPUT_DIR "/%1.png").arg(name.c_str()));
+    EXPECT_LE(off, allowed) << name << ": " << off << " channels differ by more than 3; the picture"
+                            << " is in " VIMO_TEST_OUTPUT_DIR;
+}
+
 // Every shipped pen type loads cleanly and carries what the menus, the tool
 // panel and the property panel read.
 TEST(ShippedPens, LoadWithEverythingTheInterfaceReads) {
@@ -26,7 +50,7 @@ TEST(ShippedPens, LoadWithEverythingTheInterfaceReads) {
     EXPECT_EQ(rig.pen.penTypeName(), "Pen");
     const std::vector<std::string> names = rig.pen.penTypeNames();
     EXPECT_EQ(names.size(), 12u);
-    std::vector<int> positions;
+    std::set<int> positions;
     for (const std::string& name : names) {
         SCOPED_TRACE(name);
         Lua& lua = *rig.pen.penTypeNamed(name);
@@ -34,11 +58,10 @@ TEST(ShippedPens, LoadWithEverythingTheInterfaceReads) {
         EXPECT_GT(lua.getGlobalNumber("menu_position", -1), 0);
         const int position = int(lua.getGlobalNumber("icon_position", -1));
         EXPECT_GT(position, 0);
-        positions.push_back(position);
+        EXPECT_TRUE(positions.insert(position).second) << "icon position taken: " << position;
         const std::string icon = lua.getGlobalString("icon").value_or("");
         const QImage image(QString::fromStdString(kImages + "/" + icon + ".png"));
-        EXPECT_EQ(image.width(), 20) << icon;
-        EXPECT_EQ(image.height(), 20) << icon;
+        EXPECT_EQ(image.size(), QSize(20, 20)) << icon;
         rig.pen.setPenTypeName(name);
         if (rig.pen.customPen()) {
             for (const char* f : {"pen_down", "pen_move", "pen_up"})
@@ -50,48 +73,23 @@ TEST(ShippedPens, LoadWithEverythingTheInterfaceReads) {
             EXPECT_LE(rig.pen.getParameter(p), rig.pen.parameterMax(p)) << p;
         }
     }
-    std::sort(positions.begin(), positions.end());
-    EXPECT_EQ(std::adjacent_find(positions.begin(), positions.end()), positions.end());
-    rig.pen.setPenTypeName("Eraser");
-    EXPECT_EQ(rig.pen.penTypeName(), "Eraser");
-    EXPECT_EQ(rig.pen.transferModeString(), "erase");
     // The tools' cursors.
     for (const char* name : {"zoom_cursor", "zoom_in_cursor", "zoom_out_cursor", "rotate_cursor",
                              "move_cursor", "fill_cursor", "color_picker_cursor"}) {
         const QImage image(QString::fromStdString(kImages + "/" + name + ".png"));
-        EXPECT_GE(image.width(), 16) << name;
-        EXPECT_LE(image.width(), 24) << name;
+        EXPECT_TRUE(image.width() >= 16 && image.width() <= 24) << name;
     }
 }
 
 // A wavy gesture with rising then falling pressure.
-std::vector<Point> wave(float x0, float y0, float length, int steps) {
-    std::vector<Point> points;
-    for (int i = 0; i <= steps; i++) {
-        const float t = float(i) / float(steps);
-        points.push_back({x0 + length * t, y0 + 18 * std::sin(t * 6.2832f)});
+void drawWave(PenRig& rig, float y) {
+    rig.down({20, y}, 0.2f);
+    for (int i = 1; i <= 40; i++) {
+        const float t = float(i) / 40;
+        rig.move({20 + 200 * t, y + 18 * std::sin(t * 6.2832f)},
+                 0.2f + 0.8f * std::sin(t * 3.1416f));
     }
-    return points;
-}
-
-void drawWave(PenRig& rig, float y, std::uint32_t flags = 0) {
-    const std::vector<Point> points = wave(20, y, 200, 40);
-    rig.down(points[0], 0.2f, flags);
-    for (std::size_t i = 1; i < points.size(); i++) {
-        const float t = float(i) / float(points.size() - 1);
-        rig.move(points[i], 0.2f + 0.8f * std::sin(t * 3.1416f), flags);
-    }
-    rig.up(flags);
-}
-
-struct PenCase {
-    const char* name;
-    void (*draw)(PenRig&);
-    int strokes;
-};
-
-std::ostream& operator<<(std::ostream& os, const PenCase& c) {
-    return os << c.name;
+    rig.up();
 }
 
 void waves(PenRig& rig) {
@@ -129,14 +127,16 @@ void eraser(PenRig& rig) {
     rig.drag(straight({120, 20}, {120, 140}), 0.8f);
 }
 
+// Dragged freely, then twice with shift, which keeps lines on multiples of
+// 15 degrees and shapes square.
 void shapes(PenRig& rig) {
-    // Dragged freely, then with shift.
     rig.drag({{20, 20}, {60, 40}, {100, 70}});
     rig.drag({{130, 20}, {170, 60}, {200, 75}}, 1, ToolEvent::ShiftKey);
     rig.drag({{40, 140}, {80, 130}, {110, 90}}, 1, ToolEvent::ShiftKey);
 }
 
-void filledShapes(PenRig& rig) {
+void filled(PenRig& rig) {
+    rig.pen.setColor(Color::calibrated(0.2f, 0.4f, 0.8f));
     rig.pen.setParameter("filled", 1);
     rig.drag({{30, 30}, {120, 130}});
 }
@@ -147,9 +147,18 @@ void calligraphyAngles(PenRig& rig) {
     drawWave(rig, 50);
 }
 
-void ribbon(PenRig& rig) {
-    drawWave(rig, 80);
-}
+struct PenCase {
+    const char* name;
+    void (*draw)(PenRig&);
+    int strokes;
+    const char* variant = "";
+    // The picture's name: the pen's, spaces as '_', and the variant.
+    std::string golden() const {
+        std::string file = std::string(name) + variant;
+        std::replace(file.begin(), file.end(), ' ', '_');
+        return file;
+    }
+};
 
 class ShippedPenGolden : public testing::TestWithParam<PenCase> {};
 
@@ -163,9 +172,7 @@ TEST_P(ShippedPenGolden, MatchesTheApprovedPicture) {
     EXPECT_TRUE(rig.alerts.alerts.empty())
         << rig.alerts.alerts[0].title << ": " << rig.alerts.alerts[0].message;
     EXPECT_EQ(rig.document.strokes().count(), c.strokes);
-    std::string file = c.name;
-    std::replace(file.begin(), file.end(), ' ', '_');
-    expectMatchesGolden(rig.view.canvas()->drawBitmap(), file);
+    expectMatchesGolden(rig.view.canvas()->drawBitmap(), c.golden());
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -175,34 +182,14 @@ INSTANTIATE_TEST_SUITE_P(
                     PenCase{"Highlighter", highlighter, 2}, PenCase{"Eraser", eraser, 2},
                     PenCase{"Calligraphy", calligraphyAngles, 2}, PenCase{"Airbrush", waves, 2},
                     PenCase{"Straight Line", shapes, 3}, PenCase{"Rectangle", shapes, 3},
-                    PenCase{"Ellipse", shapes, 3}, PenCase{"Ribbon", ribbon, 1}),
+                    PenCase{"Ellipse", shapes, 3},
+                    PenCase{"Ribbon", [](PenRig& rig) { drawWave(rig, 80); }, 1},
+                    PenCase{"Rectangle", filled, 1, "_filled"},
+                    PenCase{"Ellipse", filled, 1, "_filled"}),
     [](const testing::TestParamInfo<PenCase>& param) {
-        std::string n = param.param.name;
-        n.erase(std::remove(n.begin(), n.end(), ' '), n.end());
+        std::string n = param.param.golden();
+        n.erase(std::remove(n.begin(), n.end(), '_'), n.end());
         return n;
     });
-
-TEST(ShippedPenGoldenFilled, RectangleAndEllipseFill) {
-    for (const char* name : {"Rectangle", "Ellipse"}) {
-        ShippedRig rig;
-        rig.pen.setPenTypeName(name);
-        rig.pen.setColor(Color::calibrated(0.2f, 0.4f, 0.8f));
-        filledShapes(rig);
-        EXPECT_EQ(rig.document.strokes().count(), 1);
-        expectMatchesGolden(rig.view.canvas()->drawBitmap(), std::string(name) + "_filled");
-    }
-}
-
-// Shift keeps a straight line on a multiple of 15 degrees.
-TEST(ShippedPens, ShiftConstrainsTheLineAngle) {
-    ShippedRig rig;
-    rig.pen.setPenTypeName("Straight Line");
-    rig.drag({{20, 20}, {120, 47}}, 1, ToolEvent::ShiftKey); // about 15.1 degrees
-    ASSERT_EQ(rig.document.strokes().count(), 1);
-    const BezierPath& path = *rig.document.strokes().strokeAtIndex(0)->bezierPath();
-    Point p[3];
-    ASSERT_EQ(path.elementAtIndex(1, p), LineToElement);
-    EXPECT_NEAR(std::atan2(p[0].y - 20, p[0].x - 20) * 180 / 3.14159265, 15.0, 1e-3);
-}
 
 } // namespace

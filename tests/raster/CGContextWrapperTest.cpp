@@ -7,8 +7,8 @@
 #include <memory>
 
 // The wrapper skips colours equal to its own record, and the record is not
-// part of the saved graphics state.
-TEST(CGContextWrapper, ColoursEqualToTheRecordAreNotSent) {
+// part of the saved graphics state; other settings are forwarded.
+TEST(CGContextWrapper, SkipsColoursEqualToTheRecordAndForwardsTheRest) {
     Bitmap bm(Size{2, 2});
     CGContextWrapper& w = bm.cgContext();
     GraphicsContext& gc = w.contextRef();
@@ -38,12 +38,7 @@ TEST(CGContextWrapper, ColoursEqualToTheRecordAreNotSent) {
     gc.setStrokeColor(Color::green());
     w.setStrokeColor(Color::black());
     EXPECT_EQ(gc.strokeColor(), Color::green());
-}
 
-TEST(CGContextWrapper, ForwardsStateSettings) {
-    Bitmap bm(Size{2, 2});
-    CGContextWrapper& w = bm.cgContext();
-    GraphicsContext& gc = w.contextRef();
     // The record says no antialiasing while the context itself antialiases.
     EXPECT_FALSE(w.shouldAntialias());
     EXPECT_TRUE(gc.shouldAntialias());

@@ -1,6 +1,11 @@
 #pragma once
 
+#include "pens/Lua.h"
 #include "pens/ScriptAlerts.h"
+
+#include <lua.hpp>
+
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
@@ -34,4 +39,15 @@ inline std::string testLibDir() {
 }
 inline std::string testPen(const std::string& file) {
     return testPensDir() + "/" + file;
+}
+
+// Runs a chunk through pcallWithArgs; one that does not compile fails the test.
+inline int runChunk(Lua& lua, const std::string& code) {
+    lua_State* L = lua.state();
+    if (luaL_loadbuffer(L, code.data(), code.size(), "=chunk") != 0) {
+        ADD_FAILURE() << lua_tostring(L, -1);
+        lua_pop(L, 1);
+        return -1;
+    }
+    return lua.pcallWithArgs(0, 0);
 }
