@@ -1,10 +1,9 @@
-#include "model/KeyedArchiver.h"
+#include "PlistTestSupport.h"
 #include "model/KeyedUnarchiver.h"
 #include "model/VimoFileData.h"
 #include "support/ArchiveTestNode.h"
 
 #include <gtest/gtest.h>
-#include <plist/plist.h>
 
 #include <QFile>
 #include <QtEndian>
@@ -216,59 +215,14 @@ TEST_F(HostileArchiveTest, MalformedPropertyListsAreRefused) {
     for (const QByteArray& alien : {QByteArray(), QByteArray("hello"), QByteArray(100, 'b'),
                                     QByteArray("<?xml version=\"1.0\"?><plist><dict/></plist>")})
         EXPECT_EQ(readArchive(alien), "not a Vimo file");
-    plist_t dict = plist_new_dict();
-    plist_dict_set_item(dict, "$archiver", plist_new_string("SomeoneElse"));
-    char* bytes = nullptr;
-    std::uint32_t length = 0;
-    plist_to_bin(dict, &bytes, &length);
-    EXPECT_EQ(readArchive(QByteArray(bytes, length)), "not a Vimo file");
-    plist_to_bin_free(bytes);
-    plist_free(dict);
+    const Plist other(plist_new_dict());
+    plist_dict_set_item(other.root, "$archiver", plist_new_string("SomeoneElse"));
+    EXPECT_EQ(readArchive(other.bytes()), "not a Vimo file");
 }
-
-// Edits a well-formed archive of one node through libplist and reads it.
-class ArchiveSurgery {
-public:
-    explicit ArchiveSurgery(const ArchiveTestNode& node) {
-        const QByteArray bytes = KeyedArchiver::archivedDataWithRootObject(node);
-        plist_from_bin(bytes.constData(), std::uint32_t(bytes.size()), &_root);
-        objects = plist_dict_get_item(_root, "$objects");
-        plist_get_uid_val(plist_dict_get_item(plist_dict_get_item(_root, "$top"), "root"),
-                          &rootUid);
-        record = plist_array_get_item(objects, std::uint32_t(rootUid));
-    }
-    ~ArchiveSurgery() { plist_free(_root); }
-    // The record of the value object under key of the root.
-    plist_t recordOf(const char* key) const {
-        std::uint64_t uid = 0;
-        plist_get_uid_val(plist_dict_get_item(record, key), &uid);
-        return plist_array_get_item(objects, std::uint32_t(uid));
-    }
-    // Sets key of the root's record (of null) or of the record under of.
-    void set(const char* of, const char* key, plist_t value) const {
-        plist_dict_set_item(of ? recordOf(of) : record, key, value);
-    }
-    std::string read() const {
-        char* bytes = nullptr;
-        std::uint32_t length = 0;
-        plist_to_bin(_root, &bytes, &length);
-        std::string error = readArchive(QByteArray(bytes, length));
-        plist_to_bin_free(bytes);
-        return error;
-    }
-    plist_t root() const { return _root; }
-
-    plist_t objects = nullptr;
-    plist_t record = nullptr;
-    std::uint64_t rootUid = 0;
-
-private:
-    plist_t _root = nullptr;
-};
 
 TEST_F(HostileArchiveTest, BrokenObjectGraphsAreRefused) {
     const auto tree = ArchiveTestNode::sampleTree();
-    using S = ArchiveSurgery;
+    using S = ArchivePlist;
     const std::vector<std::pair<const char*, std::function<void(S&)>>> edits = {
         {"object refers to itself",
          [](S& s) { s.set(nullptr, "child", plist_new_uid(s.rootUid)); }},
@@ -280,7 +234,7 @@ TEST_F(HostileArchiveTest, BrokenObjectGraphsAreRefused) {
          [](S& s) { s.set(nullptr, "$class", plist_new_uid(s.rootUid)); }},
         {"no null object first",
          [](S& s) { plist_array_set_item(s.objects, plist_new_string("x"), 0); }},
-        {"no object table", [](S& s) { plist_dict_remove_item(s.root(), "$objects"); }},
+        {"no object table", [](S& s) { plist_dict_remove_item(s.root, "$objects"); }},
         {"colour of 3 numbers",
          [](S& s) { s.set("color", "rgba", plist_new_data("123456789012", 12)); }},
         {"colour in an unknown space", [](S& s) { s.set("color", "space", plist_new_uint(9)); }},
@@ -307,10 +261,10 @@ TEST_F(HostileArchiveTest, BrokenObjectGraphsAreRefused) {
          }},
     };
     for (const auto& [what, edit] : edits) {
-        ArchiveSurgery surgery(*tree);
-        EXPECT_EQ(surgery.read(), "") << "unedited, before " << what;
+        ArchivePlist surgery(*tree);
+        EXPECT_EQ(readArchive(surgery.bytes()), "") << "unedited, before " << what;
         edit(surgery);
-        const std::string error = surgery.read();
+        const std::string error = readArchive(surgery.bytes());
         EXPECT_TRUE(error.starts_with("the file is damaged") || error == "not a Vimo file")
             << what << ": " << error;
     }
@@ -331,14 +285,14 @@ TEST_F(HostileArchiveTest, HugeImagesAreRefusedBeforeDecoding) {
     // A PNG header declaring 100 000 x 100 000 pixels, without the pixels.
     ArchiveTestNode node;
     node.image = QImage(1, 1, QImage::Format_ARGB32);
-    ArchiveSurgery surgery(node);
+    const ArchivePlist surgery(node);
     QByteArray png("\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR\0\x01\x86\xa0\0\x01\x86\xa0\x08\x06\0\0\0", 29);
     char crc[4];
     qToBigEndian(std::uint32_t(crc32(0, reinterpret_cast<const Bytef*>(png.constData() + 12), 17)),
                  crc);
     png += QByteArray(crc, 4);
     surgery.set("image", "png", plist_new_data(png.constData(), std::uint64_t(png.size())));
-    EXPECT_TRUE(surgery.read().starts_with("the file is damaged"));
+    EXPECT_TRUE(readArchive(surgery.bytes()).starts_with("the file is damaged"));
 }
 
 } // namespace
