@@ -158,13 +158,20 @@ TEST(SampleFiles, PicturesOpenAsOneImageStroke) {
         }
         DocumentFile doc;
         doc.setViewSize({200, 100});
+        AffineTransform zoom;
+        zoom.scaleBy(2);
+        doc.setViewTransform(zoom);
         ASSERT_TRUE(load(doc, name));
         EXPECT_TRUE(doc.resetFilename());
         ASSERT_TRUE(doc.loadedImage());
         EXPECT_EQ(doc.loadedImage()->size(), QSize(60, 40));
+        EXPECT_EQ(doc.strokes().count(), 0);
         doc.placeLoadedImage();
+        EXPECT_FALSE(doc.loadedImage());
         ASSERT_EQ(doc.strokes().count(), 1);
-        EXPECT_EQ(doc.strokes().strokeAtIndex(0)->bounds(), (Rect{70, 30, 60, 40}));
+        EXPECT_TRUE(doc.strokes().strokeAtIndex(0)->isImageStroke());
+        // View centre (100, 50) is world (50, 25); 60 x 40 view pixels are 30 x 20 world units.
+        EXPECT_EQ(doc.strokes().strokeAtIndex(0)->bounds(), (Rect{35, 15, 30, 20}));
     }
 }
 
