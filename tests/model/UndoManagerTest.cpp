@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 
 namespace {
@@ -110,52 +111,37 @@ TEST(UndoManager, RandomEditsOnAStrokeListUndoAndRedoExactly) {
             if (rng() % 4 == 0) chosen.push_back(rectStroke({0, 0, 1, 1})); // not in the list
             return chosen;
         };
-
+        auto transform = [&] {
+            AffineTransform t;
+            t.translateXBy(float(pick(9)) - 4, float(pick(9)) - 4);
+            t.scaleBy(rng() % 2 ? 2.0f : 0.5f);
+            list.transformStrokesInArray(selection(), t);
+        };
+        const std::function<void()> actions[] = {
+            [&] {
+                list.addStroke(rectStroke({float(pick(50)), float(pick(50)), 3, 2}));
+            },
+            [&] { list.removeLastStroke(); },
+            [&] {
+                list.insertStroke(rectStroke({1, 2, 3, 4}), pick(list.count() + 1));
+            },
+            [&] {
+                if (list.count() > 0) list.removeStrokeAtIndex(pick(list.count()));
+            },
+            [&] { list.removeStrokesInArray(selection()); },
+            [&] {
+                if (rng() % 4 == 0) list.clear();
+            },
+            transform,
+            [&] { list.mergeStrokesInArray(selection()); },
+            [&] { list.duplicateStrokesInArray(selection()); },
+            [&] { list.bringForward(selection()); },
+            [&] { list.sendBackward(selection()); },
+            [&] { rng() % 2 ? list.bringToFront(selection()) : list.sendToBack(selection()); },
+        };
         std::vector<ListState> states{stateOf(list)};
         for (int action = 0; action < 40; ++action) {
-            const int n = list.count();
-            switch (pick(12)) {
-            case 0:
-                list.addStroke(rectStroke({float(pick(50)), float(pick(50)), 3, 2}));
-                break;
-            case 1:
-                list.removeLastStroke();
-                break;
-            case 2:
-                list.insertStroke(rectStroke({1, 2, 3, 4}), pick(n + 1));
-                break;
-            case 3:
-                if (n > 0) list.removeStrokeAtIndex(pick(n));
-                break;
-            case 4:
-                list.removeStrokesInArray(selection());
-                break;
-            case 5:
-                if (rng() % 4 == 0) list.clear();
-                break;
-            case 6: {
-                AffineTransform t;
-                t.translateXBy(float(pick(9)) - 4, float(pick(9)) - 4);
-                t.scaleBy(rng() % 2 ? 2.0f : 0.5f);
-                list.transformStrokesInArray(selection(), t);
-                break;
-            }
-            case 7:
-                list.mergeStrokesInArray(selection());
-                break;
-            case 8:
-                list.duplicateStrokesInArray(selection());
-                break;
-            case 9:
-                list.bringForward(selection());
-                break;
-            case 10:
-                list.sendBackward(selection());
-                break;
-            default:
-                rng() % 2 ? list.bringToFront(selection()) : list.sendToBack(selection());
-                break;
-            }
+            actions[pick(12)]();
             undo.endEventGroup();
             if (undo.undoStack().index() == int(states.size()))
                 states.push_back(stateOf(list));
