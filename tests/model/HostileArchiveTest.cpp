@@ -20,13 +20,12 @@
 namespace {
 
 QString samplePath(const char* name) {
-    return QString(VIMO_TEST_DATA_DIR) + "/archive/" + name;
+    return QString(VIMO_TEST_DATA_DIR "/archive/") + name;
 }
 
 QByteArray readSample(const char* name) {
     QFile file(samplePath(name));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
-    return file.readAll();
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // Decodes the whole archive; returns the error message, empty on success.
@@ -46,21 +45,22 @@ std::string readFile(const QByteArray& content) {
     return file.isValid() ? readArchive(file.archive()) : file.errorReason();
 }
 
+QByteArray ref(std::uint32_t index) {
+    char b[4];
+    qToBigEndian(index, b);
+    return QByteArray(b, 4);
+}
+
 // A binary property list assembled from raw objects (references inside
 // them are refSize bytes wide), for structures no writer would make.
-QByteArray bplist(const std::vector<QByteArray>& objects, std::uint64_t root, int refSize) {
-    QByteArray out("bplist00");
-    std::vector<std::uint32_t> offsets;
+QByteArray bplist(const std::vector<QByteArray>& objects, std::uint64_t root = 0, int refSize = 4) {
+    QByteArray out("bplist00"), table;
     for (const QByteArray& o : objects) {
-        offsets.push_back(std::uint32_t(out.size()));
+        table += ref(std::uint32_t(out.size()));
         out += o;
     }
     const auto tableOffset = std::uint64_t(out.size());
-    for (std::uint32_t off : offsets) {
-        char b[4];
-        qToBigEndian(off, b);
-        out.append(b, 4);
-    }
+    out += table;
     QByteArray trailer(32, '\0');
     trailer[6] = 4;
     trailer[7] = char(refSize);
@@ -68,12 +68,6 @@ QByteArray bplist(const std::vector<QByteArray>& objects, std::uint64_t root, in
     qToBigEndian(root, trailer.data() + 16);
     qToBigEndian(tableOffset, trailer.data() + 24);
     return out + trailer;
-}
-
-QByteArray ref(std::uint32_t index) {
-    char b[4];
-    qToBigEndian(index, b);
-    return QByteArray(b, 4);
 }
 
 // An array or data marker with its count (long counts follow as an integer).
@@ -144,20 +138,15 @@ TEST_F(HostileArchiveTest, RandomCorruptionNeverCrashes) {
         const int edits = 1 + int(rng() % 6);
         for (int e = 0; e < edits; ++e) {
             const auto at = qsizetype(rng() % std::uint32_t(damaged.size()));
-            switch (rng() % 4) {
-            case 0:
+            const unsigned kind = rng() % 4;
+            if (kind == 0)
                 damaged[at] = char(rng());
-                break;
-            case 1:
+            else if (kind == 1)
                 damaged[at] = char(damaged[at] ^ (1 << (rng() % 8)));
-                break;
-            case 2:
+            else if (kind == 2)
                 damaged.remove(at, 1 + qsizetype(rng() % 4));
-                break;
-            default:
+            else
                 damaged.insert(at, char(rng()));
-                break;
-            }
         }
         // Half of the rounds go through the compressed container.
         const std::string error =
@@ -168,43 +157,38 @@ TEST_F(HostileArchiveTest, RandomCorruptionNeverCrashes) {
     EXPECT_GT(refused, 1000);
 }
 
-TEST_F(HostileArchiveTest, NestingBombIsRefusedBeforeParsing) {
-    std::vector<QByteArray> objects;
-    const std::uint32_t depth = 100000;
-    for (std::uint32_t i = 0; i < depth; ++i) objects.push_back(marker(0xA, 1) + ref(i + 1));
-    objects.push_back(marker(0xA, 0));
-    const std::string error = readArchive(bplist(objects, 0, 4));
-    EXPECT_NE(error.find("nested too deeply"), std::string::npos) << error;
-}
-
-TEST_F(HostileArchiveTest, SharedAndCyclicContainersAreRefused) {
+TEST_F(HostileArchiveTest, DeepSharedAndCyclicContainersAreRefusedBeforeParsing) {
+    std::vector<QByteArray> nested;
+    for (std::uint32_t i = 0; i < 100000; ++i) nested.push_back(marker(0xA, 1) + ref(i + 1));
+    nested.push_back(marker(0xA, 0));
+    EXPECT_NE(readArchive(bplist(nested)).find("nested too deeply"), std::string::npos);
     // An array holding itself.
-    EXPECT_NE(readArchive(bplist({marker(0xA, 1) + ref(0)}, 0, 4)), "");
+    EXPECT_NE(readArchive(bplist({marker(0xA, 1) + ref(0)})), "");
     // 60 levels of arrays each holding the next twice: 2^60 nodes once expanded.
     std::vector<QByteArray> laughs;
     for (std::uint32_t i = 0; i < 60; ++i)
         laughs.push_back(marker(0xA, 2) + ref(i + 1) + ref(i + 1));
     laughs.push_back(marker(0xA, 0));
-    EXPECT_NE(readArchive(bplist(laughs, 0, 4)).find("contained twice"), std::string::npos);
+    EXPECT_NE(readArchive(bplist(laughs)).find("contained twice"), std::string::npos);
     // One 60 kB data referenced 30 000 times: 1.8 GB once expanded.
     QByteArray list = marker(0xA, 30000);
     for (int i = 0; i < 30000; ++i) list += ref(1);
     const std::string error =
-        readArchive(bplist({list, marker(0x4, 60000) + QByteArray(60000, 'd')}, 0, 4));
+        readArchive(bplist({list, marker(0x4, 60000) + QByteArray(60000, 'd')}));
     EXPECT_NE(error.find("too much data"), std::string::npos) << error;
 }
 
 TEST_F(HostileArchiveTest, MalformedPropertyListsAreRefused) {
     const QByteArray leaf = marker(0x4, 3) + "abc";
     const std::vector<std::pair<const char*, QByteArray>> cases = {
-        {"reference out of range", bplist({marker(0xA, 1) + ref(7), leaf}, 0, 4)},
+        {"reference out of range", bplist({marker(0xA, 1) + ref(7), leaf})},
         {"root out of range", bplist({leaf}, 3, 4)},
-        {"data past its end", bplist({marker(0x4, 14) + "abc"}, 0, 4)},
-        {"huge count", bplist({QByteArray("\x4f\x13\x7f\xff\xff\xff\xff\xff\xff\xff", 10)}, 0, 4)},
-        {"key not a string", bplist({marker(0xD, 1) + ref(1) + ref(1), leaf}, 0, 4)},
-        {"unknown marker", bplist({QByteArray("\x70", 1)}, 0, 4)},
-        {"null marker", bplist({QByteArray("\x00", 1)}, 0, 4)},
-        {"odd real", bplist({QByteArray("\x21\x00\x00", 3)}, 0, 4)},
+        {"data past its end", bplist({marker(0x4, 14) + "abc"})},
+        {"huge count", bplist({QByteArray("\x4f\x13\x7f\xff\xff\xff\xff\xff\xff\xff", 10)})},
+        {"key not a string", bplist({marker(0xD, 1) + ref(1) + ref(1), leaf})},
+        {"unknown marker", bplist({QByteArray("\x70", 1)})},
+        {"null marker", bplist({QByteArray("\x00", 1)})},
+        {"odd real", bplist({QByteArray("\x21\x00\x00", 3)})},
         {"reference width 0", bplist({leaf}, 0, 0)},
     };
     for (const auto& [what, bytes] : cases) {
