@@ -107,11 +107,7 @@ TEST(StrokeRules, CombiningAndVectorDrawing) {
     };
     const auto image = Stroke::initWithImage(QImage(1, 1, QImage::Format_ARGB32),
                                              cornerPath({0, 0}, {1, 0}, {1, 1}, {0, 1}), 0.2f);
-    struct Case {
-        std::shared_ptr<Stroke> a, b;
-        bool combine;
-    };
-    const Case cases[] = {
+    const std::tuple<std::shared_ptr<Stroke>, std::shared_ptr<Stroke>, bool> cases[] = {
         {make(0, 1, Color::red()), make(0, 1, Color::blue()), true},
         {make(1, 1, Color::red()), make(1, 1, Color::blue()), true},
         {make(2, 1, Color::red()), make(2, 1, Color::blue()), false},
@@ -125,9 +121,8 @@ TEST(StrokeRules, CombiningAndVectorDrawing) {
         {make(0, 1, Color::red()), image, false},
         {image, image, false},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(c.a->canCombineStrokeWith(*c.b), c.combine)
-            << c.a->transferMode() << " " << c.b->transferMode();
+    for (const auto& [a, b, combine] : cases)
+        EXPECT_EQ(a->canCombineStrokeWith(*b), combine) << a->transferMode() << b->transferMode();
 
     EXPECT_TRUE(make(0, 1, Color::red())->canVectorDraw());
     EXPECT_FALSE(make(7, 1, Color::red())->canVectorDraw());
