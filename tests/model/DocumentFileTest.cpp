@@ -109,15 +109,10 @@ TEST_F(VimoDocumentTest, BadContentGivesAReasonAndChangesNothing) {
     sample::fill(doc);
     const QByteArray good = doc.dataRepresentationOfType("Vimo Document");
 
-    struct Case {
-        const char* name;
-        QByteArray data;
-        const char* reasonStart;
-    };
     QByteArray badPayload = good;
     badPayload[10] = char(badPayload[10] ^ 0x5a);
     const QByteArray png = encoded(sample::picture(4, 4), "PNG");
-    const Case cases[] = {
+    const std::tuple<const char*, QByteArray, const char*> cases[] = {
         {"empty", QByteArray(), "not a Vimo file"},
         {"text", QByteArray("hello, this is not a drawing"), "not a Vimo file"},
         {"a picture named as a drawing", png, "not a Vimo file"},
@@ -125,13 +120,13 @@ TEST_F(VimoDocumentTest, BadContentGivesAReasonAndChangesNothing) {
         {"damaged payload", badPayload, "the file is damaged"},
         {"another property list", QByteArray("bplist00"), "not a Vimo file"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, data, reasonStart] : cases) {
+        SCOPED_TRACE(name);
         DocumentFile target;
         sample::fill(target);
-        const auto result = target.loadDataRepresentation(c.data, "Vimo Document");
+        const auto result = target.loadDataRepresentation(data, "Vimo Document");
         ASSERT_FALSE(result);
-        EXPECT_EQ(result.reason().rfind(c.reasonStart, 0), 0u) << result.reason();
+        EXPECT_TRUE(result.reason().starts_with(reasonStart)) << result.reason();
         EXPECT_EQ(target.strokes().count(), doc.strokes().count());
         EXPECT_EQ(target.backgroundColor(), doc.backgroundColor());
     }
