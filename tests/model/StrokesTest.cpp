@@ -2,7 +2,6 @@
 
 #include "StrokesTestSupport.h"
 #include "model/AffineTransform.h"
-#include "model/MenuState.h"
 #include "model/RewindBuffer.h"
 #include "model/UndoManager.h"
 #include "model/VimoCanvas.h"
@@ -48,48 +47,8 @@ protected:
     Order start;
 };
 
-struct RecordingMenuState : MenuState {
-    RecordingMenuState() { MenuState::setShared(this); }
-    ~RecordingMenuState() override { MenuState::setShared(nullptr); }
-    void setCanVectorDraw(bool flag) override { calls.push_back(flag); }
-    std::vector<bool> calls;
-};
-
-TEST_F(StrokesTest, EditsAreNamedUndoneAndReportedToTheMenus) {
-    RecordingMenuState menu;
-    fill(3);
-    // Undoing each edit is checked by the undo manager's random test.
-    list.clear();
-    EXPECT_EQ(step(), "Clear");
-    undo.undo();
-
-    list.insertStroke(rectStroke({9, 9, 1, 1}, Color::red(), 7), 1);
-    EXPECT_EQ(step(), "Add Stroke");
-    EXPECT_FALSE(menu.calls.back()) << "a multiply stroke cannot be drawn as vectors";
-    list.removeStrokeAtIndex(0);
-    EXPECT_EQ(step(), "Delete Stroke");
-    list.removeLastStroke();
-    EXPECT_EQ(step(), "Delete Stroke");
-    list.removeStrokesInArray({list.strokeAtIndex(0)});
-    EXPECT_EQ(step(), "Delete Strokes") << "named by emptiness, not by count";
-    EXPECT_TRUE(menu.calls.back());
-    list.addStroke(rectStroke({0, 0, 1, 1}));
-    EXPECT_EQ(step(), "Stroke");
-    AffineTransform t;
-    t.translateXBy(5, -3);
-    t.scaleBy(2);
-    list.transformStrokesInArray({list.lastStroke()}, t);
-    EXPECT_EQ(step(), "Move");
-    EXPECT_EQ(list.lastStroke()->bounds(), (Rect{5, -3, 2, 2}));
-    // Deleting nothing makes no step and renames none.
-    list.removeStrokesInArray({});
-    list.removeStrokesInArray({rectStroke({0, 0, 1, 1})});
-    EXPECT_EQ(step(), "Move");
-
-    while (undo.canUndo()) undo.undo();
-    EXPECT_TRUE(menu.calls.back());
-}
-
+// Each edit, its undo and redo, its name and the menu state it reports are
+// checked by the undo manager's random test.
 TEST_F(StrokesTest, Queries) {
     auto low = rectStroke({0, 0, 10, 10}), high = rectStroke({5, 5, 10, 10}, Color::red(), 0, 0.5f),
          apart = rectStroke({50, 50, 2, 2}), outside = rectStroke({0, 0, 1, 1});
