@@ -130,7 +130,7 @@ TEST(PenPointsTransform, MovesOnlyTheMappingNotTheSamples) {
 
 // The file keeps tenths of a unit, truncated toward zero, and pressures in
 // 255ths; simplify() rounds the same way, so that a simplified trace reads
-// back exactly. Unsimplified traces are read back by the document tests.
+// back exactly. Unsimplified traces are read back by the sample-file test.
 TEST(PenPointsArchive, SimplifiedTracesReadBackExactly) {
     PenPoints p = trace({{{1.26f, -1.26f}, 0.5f}, {{-300.05f, 2000.99f}, 1}}, 7.5f,
                         AffineMatrix{2, 0.5f, -0.5f, 2, 10, -20});

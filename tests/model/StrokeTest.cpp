@@ -164,7 +164,7 @@ TEST(StrokeImage, DrawsUprightAlongItsCorners) {
     EXPECT_EQ(broken->drawInContext(bm.cgContext()), Rect{});
 }
 
-// The document round trip reads every kind of stroke back; here, what each
+// The sample-file test reads every kind of stroke back; here, what each
 // kind leaves out: a line width but for outlines, the path of pen strokes
 // (their outline is rebuilt from the samples).
 TEST(StrokeCoding, EachKindWritesOnlyItsOwnKeys) {

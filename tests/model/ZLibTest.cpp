@@ -17,7 +17,7 @@ QByteArray randomBytes(int n, unsigned seed) {
 }
 
 TEST(ZLibTest, CompressedDataStartsWithBigEndianLengthAndInflatesBack) {
-    // Documents of every size inflate back in the document tests.
+    // Whole documents inflate back in the sample-file test.
     for (const QByteArray& input : {QByteArray(), QByteArray(1 << 20, 'x')}) {
         const QByteArray packed = compressWithLength(input);
         ASSERT_GE(packed.size(), 4);
