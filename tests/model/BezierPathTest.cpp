@@ -22,15 +22,10 @@ std::vector<std::int32_t> types(const BezierPath& p) {
 
 TEST(BezierPath, RectAndOvalLayoutRunCounterClockwise) {
     const BezierPath rect = BezierPath::bezierPathWithRect({1, 2, 10, 20});
-    EXPECT_EQ(types(rect), (std::vector<std::int32_t>{MoveToElement, LineToElement, LineToElement,
-                                                      LineToElement, ClosePathElement}));
     EXPECT_EQ(rect.element(1).points[0], (Point{11, 2}));
     EXPECT_EQ(rect.element(3).points[0], (Point{1, 22}));
 
     const BezierPath oval = BezierPath::bezierPathWithOvalInRect({0, 0, 20, 10});
-    EXPECT_EQ(types(oval),
-              (std::vector<std::int32_t>{MoveToElement, CurveToElement, CurveToElement,
-                                         CurveToElement, CurveToElement, ClosePathElement}));
     Point pts[3];
     oval.elementAtIndex(0, pts);
     EXPECT_EQ(pts[0], (Point{20, 5})); // rightmost point, then top, left, bottom
@@ -78,6 +73,16 @@ TEST(BezierPath, BoundsFollowCurveExtremesNotControlPoints) {
     BezierPath damaged = BezierPath::bezierPathWithRect({0, 0, 10, 10});
     damaged.lineToPoint({std::nanf(""), 3});
     EXPECT_TRUE(damaged.bounds().hasNaN());
+
+    // A transform moves every point, control points included.
+    BezierPath moved = BezierPath::bezierPathWithOvalInRect({0, 0, 10, 10});
+    moved.appendBezierPath(BezierPath::bezierPathWithRect({20, 0, 5, 5}));
+    AffineTransform t;
+    t.translateXBy(100, 50);
+    t.scaleBy(2);
+    moved.transformUsingAffineTransform(t);
+    expectRectNear(moved.bounds(), {100, 50, 50, 20});
+    expectRectNear(moved.controlPointBounds(), {100, 50, 50, 20});
 }
 
 TEST(BezierPath, ContainsPointUnderBothWindingRules) {
@@ -98,15 +103,4 @@ TEST(BezierPath, ContainsPointUnderBothWindingRules) {
     EXPECT_FALSE(p.containsPoint({2, 2}));
     EXPECT_TRUE(p.containsPoint({12, 5}));
     EXPECT_FALSE(p.containsPoint({12, 50}));
-}
-
-TEST(BezierPath, TransformMovesEveryPoint) {
-    BezierPath p = BezierPath::bezierPathWithOvalInRect({0, 0, 10, 10});
-    p.appendBezierPath(BezierPath::bezierPathWithRect({20, 0, 5, 5}));
-    AffineTransform t;
-    t.translateXBy(100, 50);
-    t.scaleBy(2);
-    p.transformUsingAffineTransform(t);
-    expectRectNear(p.bounds(), {100, 50, 50, 20});
-    expectRectNear(p.controlPointBounds(), {100, 50, 50, 20});
 }

@@ -1,14 +1,10 @@
 #include "model/BinaryPlistReader.h"
+#include "PlistTestSupport.h"
 #include "model/ArchiveError.h"
-#include "model/KeyedArchiver.h"
 #include "model/KeyedUnarchiver.h"
 
 #include <gtest/gtest.h>
-#include <plist/plist.h>
 
-#include <QByteArray>
-
-#include <cmath>
 #include <string>
 
 // The reader must accept every form another writer may use (libplist is the
@@ -19,16 +15,6 @@ namespace {
 
 using Kind = BinaryPlistReader::Kind;
 
-QByteArray toBinary(plist_t root) {
-    char* bytes = nullptr;
-    std::uint32_t length = 0;
-    plist_to_bin(root, &bytes, &length);
-    QByteArray out(bytes, qsizetype(length));
-    plist_to_bin_free(bytes);
-    plist_free(root);
-    return out;
-}
-
 BinaryPlistReader::Object valueOf(const BinaryPlistReader& plist, const char* key) {
     const auto root = plist.object(plist.rootIndex());
     const auto index = plist.find(root, key);
@@ -37,7 +23,8 @@ BinaryPlistReader::Object valueOf(const BinaryPlistReader& plist, const char* ke
 }
 
 TEST(BinaryPlistReader, ReadsEveryValueKindAnotherWriterProduces) {
-    plist_t root = plist_new_dict();
+    const Plist theirs(plist_new_dict());
+    plist_t root = theirs.root;
     plist_dict_set_item(root, "small", plist_new_uint(200));
     plist_dict_set_item(root, "large", plist_new_uint(0xFEDCBA9876543210ull));
     plist_dict_set_item(root, "negative", plist_new_uint(std::uint64_t(-5)));
@@ -46,10 +33,8 @@ TEST(BinaryPlistReader, ReadsEveryValueKindAnotherWriterProduces) {
     plist_dict_set_item(root, "no", plist_new_bool(0));
     plist_dict_set_item(root, "ascii", plist_new_string("Drawing 1"));
     plist_dict_set_item(root, "utf16", plist_new_string("Zeichnung \xC3\xBC \xF0\x9F\x8E\xA8"));
-    plist_dict_set_item(root,
-                        "Schl\xC3\xBC"
-                        "ssel",
-                        plist_new_string("non-ASCII key"));
+    // A UTF-16 key that lookups of the ASCII keys pass over.
+    plist_dict_set_item(root, "Schl\u00fcssel", plist_new_string("non-ASCII key"));
     plist_dict_set_item(root, "uid", plist_new_uid(70000));
     const std::string blob(300, 'x');
     plist_dict_set_item(root, "data", plist_new_data(blob.data(), blob.size()));
@@ -58,7 +43,7 @@ TEST(BinaryPlistReader, ReadsEveryValueKindAnotherWriterProduces) {
     for (int i = 0; i < 70000; ++i)
         plist_array_append_item(list, plist_new_string(("item " + std::to_string(i)).c_str()));
     plist_dict_set_item(root, "list", list);
-    const QByteArray bytes = toBinary(root);
+    const QByteArray bytes = theirs.bytes();
 
     const BinaryPlistReader plist(bytes.constData(), std::size_t(bytes.size()));
     EXPECT_EQ(BinaryPlistReader::unsignedValue(valueOf(plist, "small")), 200u);
@@ -93,10 +78,7 @@ TEST(BinaryPlistReader, KeyedArchivesRewrittenByAnotherWriterStillRead) {
     archiver.encodeDouble(0.1, "ratio");
     archiver.encodeColor(Color::calibrated(0.25f, 0.5f, 0.75f, 1), "color");
     const QByteArray ours = archiver.finishEncoding();
-    plist_t tree = nullptr;
-    plist_from_bin(ours.constData(), std::uint32_t(ours.size()), &tree);
-    ASSERT_TRUE(tree);
-    const QByteArray theirs = toBinary(tree);
+    const QByteArray theirs = Plist(ours).bytes();
     ASSERT_NE(theirs, ours);
     KeyedUnarchiver reader(theirs);
     EXPECT_EQ(reader.decodeString("window"), "Fen\xC3\xAAtre \xE2\x80\x94 1");

@@ -1,10 +1,9 @@
-#include "model/KeyedArchiver.h"
+#include "PlistTestSupport.h"
 #include "model/KeyedUnarchiver.h"
 #include "model/VimoFileData.h"
 #include "support/ArchiveTestNode.h"
 
 #include <gtest/gtest.h>
-#include <plist/plist.h>
 
 #include <QFile>
 #include <QtEndian>
@@ -21,13 +20,12 @@
 namespace {
 
 QString samplePath(const char* name) {
-    return QString(VIMO_TEST_DATA_DIR) + "/archive/" + name;
+    return QString(VIMO_TEST_DATA_DIR "/archive/") + name;
 }
 
 QByteArray readSample(const char* name) {
     QFile file(samplePath(name));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
-    return file.readAll();
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // Decodes the whole archive; returns the error message, empty on success.
@@ -47,21 +45,22 @@ std::string readFile(const QByteArray& content) {
     return file.isValid() ? readArchive(file.archive()) : file.errorReason();
 }
 
+QByteArray ref(std::uint32_t index) {
+    char b[4];
+    qToBigEndian(index, b);
+    return QByteArray(b, 4);
+}
+
 // A binary property list assembled from raw objects (references inside
 // them are refSize bytes wide), for structures no writer would make.
-QByteArray bplist(const std::vector<QByteArray>& objects, std::uint64_t root, int refSize) {
-    QByteArray out("bplist00");
-    std::vector<std::uint32_t> offsets;
+QByteArray bplist(const std::vector<QByteArray>& objects, std::uint64_t root = 0, int refSize = 4) {
+    QByteArray out("bplist00"), table;
     for (const QByteArray& o : objects) {
-        offsets.push_back(std::uint32_t(out.size()));
+        table += ref(std::uint32_t(out.size()));
         out += o;
     }
     const auto tableOffset = std::uint64_t(out.size());
-    for (std::uint32_t off : offsets) {
-        char b[4];
-        qToBigEndian(off, b);
-        out.append(b, 4);
-    }
+    out += table;
     QByteArray trailer(32, '\0');
     trailer[6] = 4;
     trailer[7] = char(refSize);
@@ -69,12 +68,6 @@ QByteArray bplist(const std::vector<QByteArray>& objects, std::uint64_t root, in
     qToBigEndian(root, trailer.data() + 16);
     qToBigEndian(tableOffset, trailer.data() + 24);
     return out + trailer;
-}
-
-QByteArray ref(std::uint32_t index) {
-    char b[4];
-    qToBigEndian(index, b);
-    return QByteArray(b, 4);
 }
 
 // An array or data marker with its count (long counts follow as an integer).
@@ -145,20 +138,15 @@ TEST_F(HostileArchiveTest, RandomCorruptionNeverCrashes) {
         const int edits = 1 + int(rng() % 6);
         for (int e = 0; e < edits; ++e) {
             const auto at = qsizetype(rng() % std::uint32_t(damaged.size()));
-            switch (rng() % 4) {
-            case 0:
+            const unsigned kind = rng() % 4;
+            if (kind == 0)
                 damaged[at] = char(rng());
-                break;
-            case 1:
+            else if (kind == 1)
                 damaged[at] = char(damaged[at] ^ (1 << (rng() % 8)));
-                break;
-            case 2:
+            else if (kind == 2)
                 damaged.remove(at, 1 + qsizetype(rng() % 4));
-                break;
-            default:
+            else
                 damaged.insert(at, char(rng()));
-                break;
-            }
         }
         // Half of the rounds go through the compressed container.
         const std::string error =
@@ -169,43 +157,38 @@ TEST_F(HostileArchiveTest, RandomCorruptionNeverCrashes) {
     EXPECT_GT(refused, 1000);
 }
 
-TEST_F(HostileArchiveTest, NestingBombIsRefusedBeforeParsing) {
-    std::vector<QByteArray> objects;
-    const std::uint32_t depth = 100000;
-    for (std::uint32_t i = 0; i < depth; ++i) objects.push_back(marker(0xA, 1) + ref(i + 1));
-    objects.push_back(marker(0xA, 0));
-    const std::string error = readArchive(bplist(objects, 0, 4));
-    EXPECT_NE(error.find("nested too deeply"), std::string::npos) << error;
-}
-
-TEST_F(HostileArchiveTest, SharedAndCyclicContainersAreRefused) {
+TEST_F(HostileArchiveTest, DeepSharedAndCyclicContainersAreRefusedBeforeParsing) {
+    std::vector<QByteArray> nested;
+    for (std::uint32_t i = 0; i < 100000; ++i) nested.push_back(marker(0xA, 1) + ref(i + 1));
+    nested.push_back(marker(0xA, 0));
+    EXPECT_NE(readArchive(bplist(nested)).find("nested too deeply"), std::string::npos);
     // An array holding itself.
-    EXPECT_NE(readArchive(bplist({marker(0xA, 1) + ref(0)}, 0, 4)), "");
+    EXPECT_NE(readArchive(bplist({marker(0xA, 1) + ref(0)})), "");
     // 60 levels of arrays each holding the next twice: 2^60 nodes once expanded.
     std::vector<QByteArray> laughs;
     for (std::uint32_t i = 0; i < 60; ++i)
         laughs.push_back(marker(0xA, 2) + ref(i + 1) + ref(i + 1));
     laughs.push_back(marker(0xA, 0));
-    EXPECT_NE(readArchive(bplist(laughs, 0, 4)).find("contained twice"), std::string::npos);
+    EXPECT_NE(readArchive(bplist(laughs)).find("contained twice"), std::string::npos);
     // One 60 kB data referenced 30 000 times: 1.8 GB once expanded.
     QByteArray list = marker(0xA, 30000);
     for (int i = 0; i < 30000; ++i) list += ref(1);
     const std::string error =
-        readArchive(bplist({list, marker(0x4, 60000) + QByteArray(60000, 'd')}, 0, 4));
+        readArchive(bplist({list, marker(0x4, 60000) + QByteArray(60000, 'd')}));
     EXPECT_NE(error.find("too much data"), std::string::npos) << error;
 }
 
 TEST_F(HostileArchiveTest, MalformedPropertyListsAreRefused) {
     const QByteArray leaf = marker(0x4, 3) + "abc";
     const std::vector<std::pair<const char*, QByteArray>> cases = {
-        {"reference out of range", bplist({marker(0xA, 1) + ref(7), leaf}, 0, 4)},
+        {"reference out of range", bplist({marker(0xA, 1) + ref(7), leaf})},
         {"root out of range", bplist({leaf}, 3, 4)},
-        {"data past its end", bplist({marker(0x4, 14) + "abc"}, 0, 4)},
-        {"huge count", bplist({QByteArray("\x4f\x13\x7f\xff\xff\xff\xff\xff\xff\xff", 10)}, 0, 4)},
-        {"key not a string", bplist({marker(0xD, 1) + ref(1) + ref(1), leaf}, 0, 4)},
-        {"unknown marker", bplist({QByteArray("\x70", 1)}, 0, 4)},
-        {"null marker", bplist({QByteArray("\x00", 1)}, 0, 4)},
-        {"odd real", bplist({QByteArray("\x21\x00\x00", 3)}, 0, 4)},
+        {"data past its end", bplist({marker(0x4, 14) + "abc"})},
+        {"huge count", bplist({QByteArray("\x4f\x13\x7f\xff\xff\xff\xff\xff\xff\xff", 10)})},
+        {"key not a string", bplist({marker(0xD, 1) + ref(1) + ref(1), leaf})},
+        {"unknown marker", bplist({QByteArray("\x70", 1)})},
+        {"null marker", bplist({QByteArray("\x00", 1)})},
+        {"odd real", bplist({QByteArray("\x21\x00\x00", 3)})},
         {"reference width 0", bplist({leaf}, 0, 0)},
     };
     for (const auto& [what, bytes] : cases) {
@@ -216,88 +199,47 @@ TEST_F(HostileArchiveTest, MalformedPropertyListsAreRefused) {
     for (const QByteArray& alien : {QByteArray(), QByteArray("hello"), QByteArray(100, 'b'),
                                     QByteArray("<?xml version=\"1.0\"?><plist><dict/></plist>")})
         EXPECT_EQ(readArchive(alien), "not a Vimo file");
-    plist_t dict = plist_new_dict();
-    plist_dict_set_item(dict, "$archiver", plist_new_string("SomeoneElse"));
-    char* bytes = nullptr;
-    std::uint32_t length = 0;
-    plist_to_bin(dict, &bytes, &length);
-    EXPECT_EQ(readArchive(QByteArray(bytes, length)), "not a Vimo file");
-    plist_to_bin_free(bytes);
-    plist_free(dict);
+    const Plist other(plist_new_dict());
+    plist_dict_set_item(other.root, "$archiver", plist_new_string("SomeoneElse"));
+    EXPECT_EQ(readArchive(other.bytes()), "not a Vimo file");
 }
-
-// Edits a well-formed archive of one node through libplist and reads it.
-class ArchiveSurgery {
-public:
-    explicit ArchiveSurgery(const ArchiveTestNode& node) {
-        const QByteArray bytes = KeyedArchiver::archivedDataWithRootObject(node);
-        plist_from_bin(bytes.constData(), std::uint32_t(bytes.size()), &_root);
-        objects = plist_dict_get_item(_root, "$objects");
-        plist_get_uid_val(plist_dict_get_item(plist_dict_get_item(_root, "$top"), "root"),
-                          &rootUid);
-        record = plist_array_get_item(objects, std::uint32_t(rootUid));
-    }
-    ~ArchiveSurgery() { plist_free(_root); }
-    // The record of the value object under key of the root.
-    plist_t recordOf(const char* key) const {
-        std::uint64_t uid = 0;
-        plist_get_uid_val(plist_dict_get_item(record, key), &uid);
-        return plist_array_get_item(objects, std::uint32_t(uid));
-    }
-    // Sets key of the root's record (of null) or of the record under of.
-    void set(const char* of, const char* key, plist_t value) const {
-        plist_dict_set_item(of ? recordOf(of) : record, key, value);
-    }
-    std::string read() const {
-        char* bytes = nullptr;
-        std::uint32_t length = 0;
-        plist_to_bin(_root, &bytes, &length);
-        std::string error = readArchive(QByteArray(bytes, length));
-        plist_to_bin_free(bytes);
-        return error;
-    }
-    plist_t root() const { return _root; }
-
-    plist_t objects = nullptr;
-    plist_t record = nullptr;
-    std::uint64_t rootUid = 0;
-
-private:
-    plist_t _root = nullptr;
-};
 
 TEST_F(HostileArchiveTest, BrokenObjectGraphsAreRefused) {
     const auto tree = ArchiveTestNode::sampleTree();
-    using S = ArchiveSurgery;
-    const std::vector<std::pair<const char*, std::function<void(S&)>>> edits = {
-        {"object refers to itself",
-         [](S& s) { s.set(nullptr, "child", plist_new_uid(s.rootUid)); }},
-        {"reference past the table", [](S& s) { s.set(nullptr, "child", plist_new_uid(99999)); }},
-        {"number where an object is", [](S& s) { s.set(nullptr, "child", plist_new_uint(3)); }},
-        {"string where a number is", [](S& s) { s.set(nullptr, "number", plist_new_string("7")); }},
-        {"class reference not a UID", [](S& s) { s.set(nullptr, "$class", plist_new_uint(1)); }},
-        {"class record without a name",
-         [](S& s) { s.set(nullptr, "$class", plist_new_uid(s.rootUid)); }},
+    ASSERT_EQ(readArchive(ArchivePlist(*tree).bytes()), "");
+    auto refused = [](const std::string& error) {
+        return error.starts_with("the file is damaged") || error == "not a Vimo file";
+    };
+    // Values replaced in the root's record (of null) or in the record under of.
+    const std::uint64_t self = ArchivePlist(*tree).rootUid;
+    const std::tuple<const char*, const char*, plist_t> values[] = {
+        {nullptr, "child", plist_new_uid(self)},  // the object holds itself
+        {nullptr, "child", plist_new_uid(99999)}, // past the object table
+        {nullptr, "child", plist_new_uint(3)},    // a number for an object
+        {nullptr, "number", plist_new_string("7")},
+        {nullptr, "$class", plist_new_uint(1)},                // not a reference
+        {nullptr, "$class", plist_new_uid(self)},              // a class record without a name
+        {"color", "rgba", plist_new_data("123456789012", 12)}, // three numbers
+        {"color", "space", plist_new_uint(9)},
+        {"path", "elements", plist_new_data("\x09", 1)},         // an unknown element
+        {"path", "elements", plist_new_data("\x00\x01\x02", 3)}, // cut in mid-element
+        {"path", "winding_rule", plist_new_uint(2)},
+        {"transform", "matrix", plist_new_data("01234567890123456789", 20)}, // five numbers
+        {"image", "png", plist_new_data("\x89PNG junk", 9)},
+        {nullptr, "$values", plist_new_data("\x00\x00\x00\x00\x09", 5)}, // fewer than counted
+        {nullptr, "$values", plist_new_string("x")},
+    };
+    for (const auto& [of, key, value] : values) {
+        const ArchivePlist surgery(*tree);
+        surgery.set(of, key, value);
+        const std::string error = readArchive(surgery.bytes());
+        EXPECT_TRUE(refused(error)) << (of ? of : "root") << " " << key << ": " << error;
+    }
+    using S = ArchivePlist;
+    const std::pair<const char*, std::function<void(S&)>> edits[] = {
         {"no null object first",
          [](S& s) { plist_array_set_item(s.objects, plist_new_string("x"), 0); }},
-        {"no object table", [](S& s) { plist_dict_remove_item(s.root(), "$objects"); }},
-        {"colour of 3 numbers",
-         [](S& s) { s.set("color", "rgba", plist_new_data("123456789012", 12)); }},
-        {"colour in an unknown space", [](S& s) { s.set("color", "space", plist_new_uint(9)); }},
-        {"path element of unknown type",
-         [](S& s) { s.set("path", "elements", plist_new_data("\x09", 1)); }},
-        {"path cut in mid-element",
-         [](S& s) { s.set("path", "elements", plist_new_data("\x00\x01\x02", 3)); }},
-        {"path with unknown winding rule",
-         [](S& s) { s.set("path", "winding_rule", plist_new_uint(2)); }},
-        {"transform of 5 numbers",
-         [](S& s) { s.set("transform", "matrix", plist_new_data("01234567890123456789", 20)); }},
-        {"image that is not a PNG",
-         [](S& s) { s.set("image", "png", plist_new_data("\x89PNG junk", 9)); }},
-        {"values shorter than their count",
-         [](S& s) { s.set(nullptr, "$values", plist_new_data("\x00\x00\x00\x00\x09", 5)); }},
-        {"values that are not data",
-         [](S& s) { s.set(nullptr, "$values", plist_new_string("x")); }},
+        {"no object table", [](S& s) { plist_dict_remove_item(s.root, "$objects"); }},
         {"array without its list",
          [](S& s) { plist_dict_remove_item(s.recordOf("children"), "objects"); }},
         {"array listing a colour",
@@ -307,12 +249,10 @@ TEST_F(HostileArchiveTest, BrokenObjectGraphsAreRefused) {
          }},
     };
     for (const auto& [what, edit] : edits) {
-        ArchiveSurgery surgery(*tree);
-        EXPECT_EQ(surgery.read(), "") << "unedited, before " << what;
+        ArchivePlist surgery(*tree);
         edit(surgery);
-        const std::string error = surgery.read();
-        EXPECT_TRUE(error.starts_with("the file is damaged") || error == "not a Vimo file")
-            << what << ": " << error;
+        const std::string error = readArchive(surgery.bytes());
+        EXPECT_TRUE(refused(error)) << what << ": " << error;
     }
 }
 
@@ -331,14 +271,14 @@ TEST_F(HostileArchiveTest, HugeImagesAreRefusedBeforeDecoding) {
     // A PNG header declaring 100 000 x 100 000 pixels, without the pixels.
     ArchiveTestNode node;
     node.image = QImage(1, 1, QImage::Format_ARGB32);
-    ArchiveSurgery surgery(node);
+    const ArchivePlist surgery(node);
     QByteArray png("\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR\0\x01\x86\xa0\0\x01\x86\xa0\x08\x06\0\0\0", 29);
     char crc[4];
     qToBigEndian(std::uint32_t(crc32(0, reinterpret_cast<const Bytef*>(png.constData() + 12), 17)),
                  crc);
     png += QByteArray(crc, 4);
     surgery.set("image", "png", plist_new_data(png.constData(), std::uint64_t(png.size())));
-    EXPECT_TRUE(surgery.read().starts_with("the file is damaged"));
+    EXPECT_TRUE(readArchive(surgery.bytes()).starts_with("the file is damaged"));
 }
 
 } // namespace

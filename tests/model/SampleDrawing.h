@@ -1,8 +1,7 @@
 #pragma once
 
-// Drawings built in code for the document tests and the sample-file
-// generator: one stroke of every kind, several modes and opacities, a
-// background colour, a window frame and a rotated, zoomed view.
+// The drawing of the document tests and sample files: a stroke of every
+// kind, several modes and opacities, a background and a turned, zoomed view.
 
 #include "model/AffineTransform.h"
 #include "model/BezierPath.h"
@@ -67,7 +66,6 @@ inline std::shared_ptr<Stroke> badStroke() {
 
 constexpr Size kViewSize{160, 120};
 
-// Fills a new document with the sample drawing.
 inline void fill(DocumentFile& doc) {
     doc.setViewSize(kViewSize);
     doc.setBackgroundColor(Color::calibrated(1.0f, 0.95f, 0.8f));

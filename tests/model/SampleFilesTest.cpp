@@ -1,8 +1,6 @@
-// The sample files in tests/data/documents, one for each form a drawing file
-// takes, and the hostile variants made from them. The files are made by the
-// disabled test SampleFiles.DISABLED_Regenerate:
-//
-//   test_model --gtest_also_run_disabled_tests --gtest_filter='*Regenerate'
+// The files in tests/data/documents, one for each form a drawing file takes,
+// and the hostile variants made from them. They are made by
+// test_model --gtest_also_run_disabled_tests --gtest_filter='*Regenerate'.
 
 #include "SampleDrawing.h"
 #include "StrokesTestSupport.h"
@@ -40,19 +38,6 @@ DocumentFile::Result load(DocumentFile& doc, const char* name) {
     return doc.loadDataRepresentation(data, DocumentFile::typeForFile(QLatin1String(name), data));
 }
 
-// The top-level keys of a document written by hand, with the strokes as a
-// bare array as files of an earlier format hold them.
-QByteArray bareArrayArchive(const DocumentFile& doc, const Strokes::StrokeArray& strokes) {
-    KeyedArchiver archiver;
-    archiver.encodeColor(doc.backgroundColor(), "background_color");
-    std::vector<const Codable*> objects;
-    for (const auto& s : strokes) objects.push_back(s.get());
-    archiver.encodeObjectArray(objects, "strokes");
-    archiver.encodeString(doc.windowFrameString(), "window");
-    archiver.encodeAffineTransform(&*doc.viewTransform(), "view_transform");
-    return archiver.finishEncoding();
-}
-
 const char* const kDrawings[] = {"drawing.vimo",    "drawing-nopng.vimo", "old-uncompressed.vimo",
                                  "bare-array.vimo", "bad-stroke.vimo",    "template.vimotemplate"};
 const char* const kPictures[] = {"picture.png", "picture.jpg",  "picture.gif",
@@ -82,15 +67,21 @@ TEST(SampleFiles, DISABLED_Regenerate) {
     writeSample("drawing-nopng.vimo", withoutPng);
     writeSample("old-uncompressed.vimo", VimoFileData::archiveFromFileData(withoutPng).archive());
 
+    // A bad stroke in the list, and in a bare array as files of an earlier
+    // format hold the strokes.
     const Strokes::StrokeArray withBad = {sample::ringStroke(), sample::badStroke(),
                                           sample::penStroke(40, 6, Color::green(), 0, 1)};
-    writeSample("bare-array.vimo",
-                VimoFileData::fileDataFromArchive(bareArrayArchive(plain, withBad)));
-    DocumentFile bad(&settings);
-    sample::fill(bad);
-    bad.strokes().clear();
-    for (const auto& s : withBad) bad.strokes().addStroke(s);
-    writeSample("bad-stroke.vimo", bad.dataRepresentationOfType(DocumentFile::kDocumentType));
+    KeyedArchiver bare;
+    bare.encodeColor(plain.backgroundColor(), "background_color");
+    std::vector<const Codable*> objects;
+    for (const auto& s : withBad) objects.push_back(s.get());
+    bare.encodeObjectArray(objects, "strokes");
+    bare.encodeString(plain.windowFrameString(), "window");
+    bare.encodeAffineTransform(&*plain.viewTransform(), "view_transform");
+    writeSample("bare-array.vimo", VimoFileData::fileDataFromArchive(bare.finishEncoding()));
+    plain.strokes().clear();
+    for (const auto& s : withBad) plain.strokes().addStroke(s);
+    writeSample("bad-stroke.vimo", plain.dataRepresentationOfType(DocumentFile::kDocumentType));
 
     const QImage picture = sample::picture(60, 40);
     for (const char* name : kPictures) {
@@ -101,18 +92,27 @@ TEST(SampleFiles, DISABLED_Regenerate) {
     EXPECT_EQ(QProcess::execute("convert", {kDir + "picture.png", kDir + "picture.gif"}), 0);
 }
 
+// Each file, and the drawing as written now, opens with its strokes (each
+// writes exactly what the original writes: every value, the pen samples at
+// the file's precision, the image's pixels), its view and a picture that is
+// what repainting it gives.
 TEST(SampleFiles, EachFormOpensWithItsContent) {
     DocumentFile expected;
     sample::fill(expected);
+    const QImage shown = expected.imageWithSize(160, 120, true);
     DocumentFile saved;
     ASSERT_TRUE(load(saved, "drawing.vimo"));
     const QImage reference =
         saved.previewImage().convertToFormat(QImage::Format_RGBA8888_Premultiplied);
-    for (const char* name :
-         {"drawing.vimo", "drawing-nopng.vimo", "old-uncompressed.vimo", "template.vimotemplate"}) {
+    for (const char* name : {"drawing.vimo", "drawing-nopng.vimo", "old-uncompressed.vimo",
+                             "template.vimotemplate", "written now"}) {
         SCOPED_TRACE(name);
+        const bool now = QByteArray(name) == "written now";
+        const QByteArray data =
+            now ? expected.dataRepresentationOfType(DocumentFile::kDocumentType) : readSample(name);
         DocumentFile doc;
-        const auto result = load(doc, name);
+        const auto result =
+            doc.loadDataRepresentation(data, DocumentFile::typeForFile(QLatin1String(name), data));
         ASSERT_TRUE(result) << result.reason();
         ASSERT_EQ(doc.strokes().count(), expected.strokes().count());
         for (int i = 0; i < doc.strokes().count(); ++i)
@@ -122,10 +122,16 @@ TEST(SampleFiles, EachFormOpensWithItsContent) {
                 << "stroke " << i;
         EXPECT_EQ(doc.backgroundColor(), expected.backgroundColor());
         EXPECT_EQ(doc.windowFrameString(), expected.windowFrameString());
+        ASSERT_TRUE(doc.viewTransform());
+        EXPECT_EQ(doc.viewTransform()->transformStruct(),
+                  expected.viewTransform()->transformStruct());
+        EXPECT_EQ(doc.viewSize(), sample::kViewSize);
         EXPECT_EQ(doc.resetFilename(), QByteArray(name).endsWith("template"));
-        EXPECT_EQ(doc.previewImage().isNull(),
+        const QImage preview =
+            doc.previewImage().convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+        EXPECT_EQ(preview.isNull(),
                   QByteArray(name).contains("nopng") || QByteArray(name).contains("uncompressed"));
-        // What opens is what was saved: repainting gives the saved picture.
+        EXPECT_TRUE(preview.isNull() || preview == (now ? shown : reference));
         EXPECT_EQ(doc.imageWithSize(160, 120, true), reference);
     }
 }
@@ -151,20 +157,25 @@ TEST(SampleFiles, PicturesOpenAsOneImageStroke) {
     const auto formats = QImageReader::supportedImageFormats();
     for (const char* name : kPictures) {
         SCOPED_TRACE(name);
-        const QByteArray suffix = QByteArray(name).mid(8);
-        if (!formats.contains(suffix)) {
+        if (!formats.contains(QByteArray(name).mid(8))) {
             std::printf("no reader for %s here; skipped\n", name);
             continue;
         }
         DocumentFile doc;
         doc.setViewSize({200, 100});
+        AffineTransform zoom;
+        zoom.scaleBy(2);
+        doc.setViewTransform(zoom);
         ASSERT_TRUE(load(doc, name));
         EXPECT_TRUE(doc.resetFilename());
         ASSERT_TRUE(doc.loadedImage());
-        EXPECT_EQ(doc.loadedImage()->size(), QSize(60, 40));
+        EXPECT_EQ(doc.strokes().count(), 0);
         doc.placeLoadedImage();
+        EXPECT_FALSE(doc.loadedImage());
         ASSERT_EQ(doc.strokes().count(), 1);
-        EXPECT_EQ(doc.strokes().strokeAtIndex(0)->bounds(), (Rect{70, 30, 60, 40}));
+        EXPECT_TRUE(doc.strokes().strokeAtIndex(0)->isImageStroke());
+        // View centre (100, 50) is world (50, 25); 60 x 40 view pixels are 30 x 20 world units.
+        EXPECT_EQ(doc.strokes().strokeAtIndex(0)->bounds(), (Rect{35, 15, 30, 20}));
     }
 }
 

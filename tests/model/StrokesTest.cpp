@@ -2,15 +2,10 @@
 
 #include "StrokesTestSupport.h"
 #include "model/AffineTransform.h"
-#include "model/KeyedArchiver.h"
-#include "model/KeyedUnarchiver.h"
-#include "model/MenuState.h"
 #include "model/RewindBuffer.h"
 #include "model/UndoManager.h"
 #include "model/VimoCanvas.h"
 #include "raster/Bitmap.h"
-
-#include <QUndoStack>
 
 #include <gtest/gtest.h>
 
@@ -52,49 +47,8 @@ protected:
     Order start;
 };
 
-struct RecordingMenuState : MenuState {
-    RecordingMenuState() { MenuState::setShared(this); }
-    ~RecordingMenuState() override { MenuState::setShared(nullptr); }
-    void setCanVectorDraw(bool flag) override { calls.push_back(flag); }
-    std::vector<bool> calls;
-};
-
-TEST_F(StrokesTest, EditsAreNamedUndoneAndReportedToTheMenus) {
-    RecordingMenuState menu;
-    fill(3);
-    list.clear();
-    EXPECT_EQ(step(), "Clear");
-    undo.undo();
-    EXPECT_EQ(order(), start) << "undoing clear restores the order";
-
-    list.insertStroke(rectStroke({9, 9, 1, 1}, Color::red(), 7), 1);
-    EXPECT_EQ(step(), "Add Stroke");
-    EXPECT_FALSE(menu.calls.back()) << "a multiply stroke cannot be drawn as vectors";
-    list.removeStrokeAtIndex(0);
-    EXPECT_EQ(step(), "Delete Stroke");
-    list.removeLastStroke();
-    EXPECT_EQ(step(), "Delete Stroke");
-    list.removeStrokesInArray({list.strokeAtIndex(0)});
-    EXPECT_EQ(step(), "Delete Strokes") << "named by emptiness, not by count";
-    EXPECT_TRUE(menu.calls.back());
-    list.addStroke(rectStroke({0, 0, 1, 1}));
-    EXPECT_EQ(step(), "Stroke");
-    AffineTransform t;
-    t.translateXBy(5, -3);
-    t.scaleBy(2);
-    list.transformStrokesInArray({list.lastStroke()}, t);
-    EXPECT_EQ(step(), "Move");
-    EXPECT_EQ(list.lastStroke()->bounds(), (Rect{5, -3, 2, 2}));
-    // Deleting nothing makes no step and renames none.
-    list.removeStrokesInArray({});
-    list.removeStrokesInArray({rectStroke({0, 0, 1, 1})});
-    EXPECT_EQ(step(), "Move");
-
-    while (undo.canUndo()) undo.undo();
-    EXPECT_EQ(order(), start);
-    EXPECT_TRUE(menu.calls.back());
-}
-
+// Each edit, its undo and redo, its name and the menu state it reports are
+// checked by the undo manager's random test.
 TEST_F(StrokesTest, Queries) {
     auto low = rectStroke({0, 0, 10, 10}), high = rectStroke({5, 5, 10, 10}, Color::red(), 0, 0.5f),
          apart = rectStroke({50, 50, 2, 2}), outside = rectStroke({0, 0, 1, 1});
@@ -123,7 +77,6 @@ TEST_F(StrokesTest, ZOrderMovesGatherTheSelectionAsOneNamedStepEach) {
         {&Strokes::bringForward, {0, 1}, order({1, 0, 3, 2, 4})},
         {&Strokes::sendBackward, {4, 2}, order({1, 3, 4, 0, 2})},
     };
-    // Undoing each is checked with the other edits in the undo manager's test.
     int n = 0;
     for (const auto& [move, indexes, expected] : moves) {
         StrokeArray selection;
@@ -155,7 +108,6 @@ TEST_F(StrokesTest, MergeAndDuplicateWorkOnDeepCopies) {
     EXPECT_EQ(merged->bezierPath()->bounds(), (Rect{0, 0, 25, 25}));
     EXPECT_EQ(x->bezierPath()->bounds(), (Rect{20, 20, 5, 5})) << "the source is left alone";
     undo.undo();
-    EXPECT_EQ(order(), (Order{y.get(), other.get(), x.get()}));
     list.mergeStrokesInArray({other});
     EXPECT_EQ(list.count(), 3);
 
@@ -196,10 +148,6 @@ TEST_F(StrokesRedrawTest, OpaqueNormalStrokesAreCombinedAndSnapshotsLabelledByIn
     EXPECT_EQ(list.lastRedrawStats().transfers, 2);
     // Snapshots spaced as for a redraw of 25, not as for strokes added one by one.
     EXPECT_EQ(canvas.rewindBuffer().strokeCounts(), (std::vector<int>{0, 15}));
-    EXPECT_EQ(canvas.drawBitmap().at(33, 33), BLACK);
-    EXPECT_EQ(canvas.drawBitmap().at(34, 34), TRANSPARENT);
-    EXPECT_EQ(canvas.previewBitmap().at(20, 20), BLACK);
-    EXPECT_EQ(canvas.strokeBitmap().at(20, 20), TRANSPARENT);
 }
 
 TEST_F(StrokesRedrawTest, BatchedRedrawPaintsWhatStrokesPaintOneByOne) {

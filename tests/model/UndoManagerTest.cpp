@@ -2,12 +2,14 @@
 
 #include "StrokesTestSupport.h"
 #include "model/AffineTransform.h"
+#include "model/MenuState.h"
 #include "model/Strokes.h"
 
 #include <QUndoStack>
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 
 namespace {
@@ -79,6 +81,8 @@ TEST(UndoManager, StepsGroupUndoNewestFirstAndRedoWhatUndoRegistered) {
 
 // Random user actions on a stroke list: undoing step by step passes back
 // through every earlier state to the start; redoing goes forward to the end.
+// Each step carries the name of its edit, and the menus always know whether
+// the list can be drawn as vectors.
 struct ListState {
     std::vector<Stroke*> order;
     std::vector<Rect> bounds;
@@ -94,7 +98,15 @@ ListState stateOf(const Strokes& list) {
     return s;
 }
 
+struct RecordingMenuState : MenuState {
+    RecordingMenuState() { MenuState::setShared(this); }
+    ~RecordingMenuState() override { MenuState::setShared(nullptr); }
+    void setCanVectorDraw(bool flag) override { canVectorDraw = flag; }
+    bool canVectorDraw = true;
+};
+
 TEST(UndoManager, RandomEditsOnAStrokeListUndoAndRedoExactly) {
+    RecordingMenuState menu;
     for (unsigned seed = 1; seed <= 8; ++seed) {
         std::mt19937 rng(seed);
         auto pick = [&](int n) { return int(rng() % unsigned(n)); };
@@ -110,62 +122,58 @@ TEST(UndoManager, RandomEditsOnAStrokeListUndoAndRedoExactly) {
             if (rng() % 4 == 0) chosen.push_back(rectStroke({0, 0, 1, 1})); // not in the list
             return chosen;
         };
-
+        auto transform = [&] {
+            AffineTransform t;
+            t.translateXBy(float(pick(9)) - 4, float(pick(9)) - 4);
+            t.scaleBy(rng() % 2 ? 2.0f : 0.5f);
+            list.transformStrokesInArray(selection(), t);
+        };
+        // Multiply strokes cannot be drawn as vectors.
+        auto add = [&] { list.addStroke(rectStroke({1, 2, 3, 4}, Color::red(), pick(3) ? 0 : 7)); };
+        const std::pair<const char*, std::function<void()>> actions[] = {
+            {"Stroke", add},
+            {"Delete Stroke", [&] { list.removeLastStroke(); }},
+            {"Add Stroke",
+             [&] {
+                 list.insertStroke(rectStroke({1, 2, 3, 4}), pick(list.count() + 1));
+             }},
+            {"Delete Stroke",
+             [&] {
+                 if (list.count() > 0) list.removeStrokeAtIndex(pick(list.count()));
+             }},
+            {"Delete Strokes", [&] { list.removeStrokesInArray(selection()); }},
+            {"Clear",
+             [&] {
+                 if (rng() % 4 == 0) list.clear();
+             }},
+            {"Move", transform},
+            {"Merge", [&] { list.mergeStrokesInArray(selection()); }},
+            {"Duplicate", [&] { list.duplicateStrokesInArray(selection()); }},
+            {"Delete Stroke", [&] { list.bringForward(selection()); }},
+            {"Delete Stroke", [&] { list.sendBackward(selection()); }},
+            {"Delete Stroke",
+             [&] { rng() % 2 ? list.bringToFront(selection()) : list.sendToBack(selection()); }},
+        };
         std::vector<ListState> states{stateOf(list)};
         for (int action = 0; action < 40; ++action) {
-            const int n = list.count();
-            switch (pick(12)) {
-            case 0:
-                list.addStroke(rectStroke({float(pick(50)), float(pick(50)), 3, 2}));
-                break;
-            case 1:
-                list.removeLastStroke();
-                break;
-            case 2:
-                list.insertStroke(rectStroke({1, 2, 3, 4}), pick(n + 1));
-                break;
-            case 3:
-                if (n > 0) list.removeStrokeAtIndex(pick(n));
-                break;
-            case 4:
-                list.removeStrokesInArray(selection());
-                break;
-            case 5:
-                if (rng() % 4 == 0) list.clear();
-                break;
-            case 6: {
-                AffineTransform t;
-                t.translateXBy(float(pick(9)) - 4, float(pick(9)) - 4);
-                t.scaleBy(rng() % 2 ? 2.0f : 0.5f);
-                list.transformStrokesInArray(selection(), t);
-                break;
-            }
-            case 7:
-                list.mergeStrokesInArray(selection());
-                break;
-            case 8:
-                list.duplicateStrokesInArray(selection());
-                break;
-            case 9:
-                list.bringForward(selection());
-                break;
-            case 10:
-                list.sendBackward(selection());
-                break;
-            default:
-                rng() % 2 ? list.bringToFront(selection()) : list.sendToBack(selection());
-                break;
-            }
+            const auto& [name, edit] = actions[pick(12)];
+            const QString before = undo.undoActionName();
+            edit();
             undo.endEventGroup();
-            if (undo.undoStack().index() == int(states.size()))
+            if (undo.undoStack().index() == int(states.size())) {
                 states.push_back(stateOf(list));
-            else
+                EXPECT_EQ(undo.undoActionName(), name);
+            } else {
                 EXPECT_EQ(stateOf(list), states.back())
-                    << "an action that registered nothing changed the list";
+                    << "an edit that registered nothing changed";
+                EXPECT_EQ(undo.undoActionName(), before) << "or renamed the step before";
+            }
+            EXPECT_EQ(menu.canVectorDraw, list.canVectorDraw());
         }
         for (auto it = states.rbegin() + 1; it != states.rend(); ++it) {
             undo.undo();
             EXPECT_EQ(stateOf(list), *it) << "seed " << seed;
+            EXPECT_EQ(menu.canVectorDraw, list.canVectorDraw());
         }
         for (auto it = states.begin() + 1; it != states.end(); ++it) {
             undo.redo();

@@ -1,5 +1,7 @@
 #include "support/ArchiveTestNode.h"
 
+#include <algorithm>
+
 void ArchiveTestNode::encodeWithCoder(KeyedArchiver& coder) const {
     coder.encodeString(name, "name");
     coder.encodeInt(number, "number");
@@ -108,32 +110,18 @@ std::shared_ptr<ArchiveTestNode> ArchiveTestNode::sampleTree() {
     return root;
 }
 
-namespace {
-
-bool sameImage(const std::optional<QImage>& a, const std::optional<QImage>& b) {
-    if (a.has_value() != b.has_value()) return false;
-    if (!a) return true;
-    return a->convertToFormat(QImage::Format_ARGB32) == b->convertToFormat(QImage::Format_ARGB32);
-}
-
-bool sameNode(const std::shared_ptr<ArchiveTestNode>& a,
-              const std::shared_ptr<ArchiveTestNode>& b) {
-    if (!a || !b) return a == b;
-    return a->sameAs(*b);
-}
-
-} // namespace
-
 bool ArchiveTestNode::sameAs(const ArchiveTestNode& o) const {
-    if (name != o.name || number != o.number || weight != o.weight || precise != o.precise ||
-        flag != o.flag || color != o.color || path != o.path || transform != o.transform ||
-        !sameImage(image, o.image) || data != o.data || samples != o.samples ||
-        !sameNode(child, o.child) || children.has_value() != o.children.has_value())
-        return false;
-    if (children) {
-        if (children->size() != o.children->size()) return false;
-        for (std::size_t i = 0; i < children->size(); ++i)
-            if (!sameNode((*children)[i], (*o.children)[i])) return false;
-    }
-    return true;
+    const auto argb = [](const std::optional<QImage>& i) {
+        return i ? std::optional(i->convertToFormat(QImage::Format_ARGB32)) : std::nullopt;
+    };
+    const auto same = [](const std::shared_ptr<ArchiveTestNode>& a,
+                         const std::shared_ptr<ArchiveTestNode>& b) {
+        return a && b ? a->sameAs(*b) : a == b;
+    };
+    return name == o.name && number == o.number && weight == o.weight && precise == o.precise &&
+           flag == o.flag && color == o.color && path == o.path && transform == o.transform &&
+           argb(image) == argb(o.image) && data == o.data && samples == o.samples &&
+           same(child, o.child) && children.has_value() == o.children.has_value() &&
+           (!children || std::equal(children->begin(), children->end(), o.children->begin(),
+                                    o.children->end(), same));
 }

@@ -13,10 +13,9 @@
 #include <string>
 #include <vector>
 
-// A test-only archivable object that uses every kind of value the keyed
-// archive offers, including child objects, object arrays and unkeyed
-// sequential values, so that archive tests and the fuzz target exercise the
-// whole decoder without the real model classes.
+// A test-only archivable object using every kind of value the keyed archive
+// offers, so that archive tests and the fuzz target exercise the whole
+// decoder without the real model classes.
 class ArchiveTestNode : public Codable {
 public:
     struct Sample {
@@ -44,13 +43,9 @@ public:
     std::string archiveClassName() const override { return kClassName; }
     void encodeWithCoder(KeyedArchiver& coder) const override;
     static std::shared_ptr<Codable> initWithCoder(KeyedUnarchiver& coder);
-    // Registers the class with the unarchiver (idempotent).
-    static void registerClass();
-
-    // A small tree that uses every kind of value: a root with a child, an
-    // array of two nodes and a null, a path, a transform and an image.
+    static void registerClass(); // idempotent
+    // A root with a child, an array of two nodes and a null, and every value.
     static std::shared_ptr<ArchiveTestNode> sampleTree();
-
     // Deep comparison, images by their pixels.
     bool sameAs(const ArchiveTestNode& other) const;
 };

@@ -61,8 +61,6 @@ std::string savePng(const QImage& image, const QString& path) {
             int delta = 0;
             for (int i = 0; i < 4; ++i) delta = std::max(delta, std::abs(int(a[i]) - int(g[i])));
             worst = std::max(worst, delta);
-            // Red beyond the tolerance, yellow within it, else a faint grey of
-            // the coverage.
             const uchar shade = uchar(255 - a[3] / 4);
             d[x] = delta > tolerance ? RED
                    : delta > 0       ? 0xFF00FFFFu

@@ -6,17 +6,11 @@
 
 class Bitmap;
 
-// Compares a bitmap with the golden image tests/data/golden/<name>.png.
-//
-// The PNG holds the bitmap's bytes exactly as stored (premultiplied r, g, b,
-// a), upright: the bitmap's top row is the image's top row. tolerance is the
-// largest difference allowed in any channel of any pixel: 0 for integer
-// pixel code, a few units for antialiased drawing.
-//
-// On a mismatch the actual image and a diff image are written to the build
-// folder (tests/output/<name>.actual.png and <name>.diff.png; in the diff,
-// red marks pixels beyond the tolerance, yellow pixels that differ within
-// it). With VIMO_UPDATE_GOLDEN=1 in the environment the golden is rewritten
-// from the bitmap instead and the comparison passes.
+// Compares a bitmap with tests/data/golden/<name>.png, which holds its bytes
+// as stored (premultiplied r, g, b, a), top row first. tolerance is the
+// largest difference allowed in any channel. A mismatch writes
+// <name>.actual.png and <name>.diff.png (red: beyond the tolerance, yellow:
+// within it) to tests/output in the build folder; VIMO_UPDATE_GOLDEN=1
+// rewrites the golden instead.
 ::testing::AssertionResult matchesGolden(const Bitmap& bitmap, const std::string& name,
                                          int tolerance = 0);
