@@ -6,6 +6,7 @@
 #include "model/PenPoints.h"
 #include "model/VimoCanvas.h"
 #include "raster/Bitmap.h"
+#include "raster/CGContextWrapper.h"
 
 #include <gtest/gtest.h>
 
@@ -221,4 +222,19 @@ TEST(StrokePainting, CanvasGetsTheStrokeOnceWithItsOpacityAndAClearedScratchLaye
     EXPECT_EQ(canvas.drawBitmap().at(26, 26), GREEN);
     EXPECT_EQ(canvas.previewBitmap().at(26, 26), GREEN);
     EXPECT_EQ(canvas.strokeBitmap().at(26, 26), TRANSPARENT);
+}
+
+// Printing draws strokes into whatever context is current.
+TEST(StrokePainting, DrawPaintsIntoTheCurrentContextOnly) {
+    auto stroke = Stroke::initWithBezierPath(rectPath({1, 1, 4, 4}), Color::blue(), 7, 0.5f);
+    Bitmap bm(Size{8, 8});
+    std::memset(bm.pixels(), 0, 8 * 8 * 4);
+    CGContextWrapper::setCurrentContext(nullptr);
+    stroke->draw();
+    EXPECT_EQ(bm.at(2, 2), TRANSPARENT);
+    CGContextWrapper::setCurrentContext(&bm.cgContext());
+    stroke->draw(); // mode and opacity play no part here
+    CGContextWrapper::setCurrentContext(nullptr);
+    EXPECT_EQ(bm.at(2, 2), BLUE);
+    EXPECT_EQ(bm.at(6, 6), TRANSPARENT);
 }
