@@ -14,10 +14,10 @@
 // both meet the same machine load.
 
 #include "model/BezierPath.h"
+#include "model/DocumentFile.h"
 #include "model/PenPoints.h"
 #include "model/Stroke.h"
 #include "model/Strokes.h"
-#include "model/DocumentFile.h"
 #include "model/VimoFileData.h"
 #include "model/ZLib.h"
 

@@ -4,8 +4,8 @@
 
 namespace {
 AffineMatrix fromDoubles(double a, double b, double c, double d, double tx, double ty) {
-    return {static_cast<float>(a),  static_cast<float>(b),  static_cast<float>(c),
-            static_cast<float>(d),  static_cast<float>(tx), static_cast<float>(ty)};
+    return {static_cast<float>(a), static_cast<float>(b),  static_cast<float>(c),
+            static_cast<float>(d), static_cast<float>(tx), static_cast<float>(ty)};
 }
 } // namespace
 

@@ -5,8 +5,8 @@
 // then aborts: these are bugs, never bad input (bad input gets an error value
 // and a message a person understands).
 
-[[noreturn]] void vimoAssertionFailed(const char* condition, const char* function,
-                                      const char* file, int line);
+[[noreturn]] void vimoAssertionFailed(const char* condition, const char* function, const char* file,
+                                      int line);
 
 #define VIMO_ASSERT(condition)                                                                     \
     ((condition) ? static_cast<void>(0)                                                            \

@@ -21,11 +21,13 @@ Rect intersectionRect(const Rect& a, const Rect& b) {
     return {x0, y0, x1 - x0, y1 - y0};
 }
 
-bool intersectsRect(const Rect& a, const Rect& b) { return !intersectionRect(a, b).isEmpty(); }
+bool intersectsRect(const Rect& a, const Rect& b) {
+    return !intersectionRect(a, b).isEmpty();
+}
 
 bool containsRect(const Rect& a, const Rect& b) {
-    return !b.isEmpty() && a.minX() <= b.minX() && a.minY() <= b.minY() &&
-           b.maxX() <= a.maxX() && b.maxY() <= a.maxY();
+    return !b.isEmpty() && a.minX() <= b.minX() && a.minY() <= b.minY() && b.maxX() <= a.maxX() &&
+           b.maxY() <= a.maxY();
 }
 
 Rect insetRect(const Rect& r, float dx, float dy) {
