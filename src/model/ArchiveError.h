@@ -8,4 +8,9 @@
 class ArchiveError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+
+    // Throws "the file is damaged: " followed by what is wrong.
+    [[noreturn]] static void damaged(const std::string& what) {
+        throw ArchiveError("the file is damaged: " + what);
+    }
 };

@@ -4,13 +4,8 @@
 
 #include <bit>
 #include <cstring>
-#include <limits>
 
 namespace {
-
-[[noreturn]] void damaged(const std::string& what) {
-    throw ArchiveError("the file is damaged: " + what);
-}
 
 std::uint64_t readBigEndian(const unsigned char* p, std::size_t n) {
     std::uint64_t v = 0;
@@ -47,8 +42,7 @@ BinaryPlistReader::BinaryPlistReader(const char* data, std::size_t size)
     // Header, at least one object marker and the 32-byte trailer.
     if (_size < 8 + 1 + 32 || std::memcmp(_d, "bplist00", 8) != 0)
         throw ArchiveError("not a Vimo file");
-    if (_size > std::numeric_limits<std::uint32_t>::max() || _size > (std::size_t(1) << 30))
-        damaged("it is larger than 1 GiB");
+    if (_size > (std::size_t(1) << 30)) ArchiveError::damaged("it is larger than 1 GiB");
     const unsigned char* trailer = _d + _size - 32;
     _offsetSize = trailer[6];
     _refSize = trailer[7];
@@ -57,38 +51,40 @@ BinaryPlistReader::BinaryPlistReader(const char* data, std::size_t size)
     _offsetTable = readBigEndian(trailer + 24, 8);
     // Writers use any width from 1 to 8 bytes (some write 3-byte offsets).
     if (_offsetSize < 1 || _offsetSize > 8 || _refSize < 1 || _refSize > 8)
-        damaged("its property list has a malformed trailer");
+        ArchiveError::damaged("its property list has a malformed trailer");
     const std::uint64_t tableEnd = _size - 32;
     if (_numObjects == 0 || _root >= _numObjects || _offsetTable < 9 || _offsetTable > tableEnd ||
         _numObjects > (tableEnd - _offsetTable) / _offsetSize)
-        damaged("its property list has a malformed trailer");
+        ArchiveError::damaged("its property list has a malformed trailer");
 }
 
 std::uint64_t BinaryPlistReader::readCount(unsigned low, std::size_t& pos) const {
     if (low != 0xF) return low;
     // The count follows as an integer object of 1, 2, 4 or 8 bytes.
-    if (pos >= _offsetTable) damaged("an object runs past its end");
+    if (pos >= _offsetTable) ArchiveError::damaged("an object runs past its end");
     const unsigned marker = _d[pos];
     const unsigned width = 1u << (marker & 0xF);
-    if ((marker & 0xF0) != 0x10 || width > 8) damaged("an object has a malformed length");
-    if (_offsetTable - pos - 1 < width) damaged("an object runs past its end");
+    if ((marker & 0xF0) != 0x10 || width > 8)
+        ArchiveError::damaged("an object has a malformed length");
+    if (_offsetTable - pos - 1 < width) ArchiveError::damaged("an object runs past its end");
     const std::uint64_t count = readBigEndian(_d + pos + 1, width);
     pos += 1 + width;
     return count;
 }
 
 BinaryPlistReader::Object BinaryPlistReader::object(std::uint64_t index) const {
-    if (index >= _numObjects) damaged("a reference points outside the file");
+    if (index >= _numObjects) ArchiveError::damaged("a reference points outside the file");
     const std::uint64_t offset =
         readBigEndian(_d + _offsetTable + index * _offsetSize, _offsetSize);
-    if (offset < 8 || offset >= _offsetTable) damaged("an object lies outside the object area");
+    if (offset < 8 || offset >= _offsetTable)
+        ArchiveError::damaged("an object lies outside the object area");
     std::size_t pos = std::size_t(offset);
     const unsigned marker = _d[pos++];
     const unsigned low = marker & 0xF;
     Object o;
     // A payload of n units of unitSize bytes starting at pos, checked to fit.
     auto payload = [&](Kind kind, std::uint64_t n, std::uint64_t unitSize, const char* what) {
-        if (n > (_offsetTable - pos) / unitSize) damaged(what);
+        if (n > (_offsetTable - pos) / unitSize) ArchiveError::damaged(what);
         o.kind = kind;
         o.count = n;
         o.bytes = _d + pos;
@@ -96,18 +92,19 @@ BinaryPlistReader::Object BinaryPlistReader::object(std::uint64_t index) const {
     };
     switch (marker >> 4) {
     case 0x0: // booleans only; null and fill are not used by property lists
-        if (marker != 0x08 && marker != 0x09) damaged("it holds an unknown kind of value");
+        if (marker != 0x08 && marker != 0x09)
+            ArchiveError::damaged("it holds an unknown kind of value");
         o.kind = Kind::Boolean;
         o.boolean = marker == 0x09;
         return o;
     case 0x1: // integer of 1, 2, 4, 8 or 16 bytes
-        if (low > 4) damaged("it holds an integer of impossible size");
+        if (low > 4) ArchiveError::damaged("it holds an integer of impossible size");
         return payload(Kind::Integer, std::uint64_t(1) << low, 1, "an object runs past its end");
     case 0x2: // real of 4 or 8 bytes
-        if (low != 2 && low != 3) damaged("it holds a number of impossible size");
+        if (low != 2 && low != 3) ArchiveError::damaged("it holds a number of impossible size");
         return payload(Kind::Real, std::uint64_t(1) << low, 1, "an object runs past its end");
     case 0x3: // date: seconds as an 8-byte real
-        if (marker != 0x33) damaged("it holds a date of impossible size");
+        if (marker != 0x33) ArchiveError::damaged("it holds a date of impossible size");
         return payload(Kind::Date, 8, 1, "an object runs past its end");
     case 0x4:
         return payload(Kind::Data, readCount(low, pos), 1, "a string or data runs past its end");
@@ -118,7 +115,8 @@ BinaryPlistReader::Object BinaryPlistReader::object(std::uint64_t index) const {
         return payload(Kind::Utf16String, readCount(low, pos), 2,
                        "a string or data runs past its end");
     case 0x8: // UID of 1, 2, 4 or 8 bytes
-        if (!isPowerOfTwoUpTo8(low + 1)) damaged("it holds an object reference of impossible size");
+        if (!isPowerOfTwoUpTo8(low + 1))
+            ArchiveError::damaged("it holds an object reference of impossible size");
         return payload(Kind::Uid, low + 1, 1, "an object runs past its end");
     case 0xA:
         return payload(Kind::Array, readCount(low, pos), _refSize, "a list runs past its end");
@@ -126,13 +124,13 @@ BinaryPlistReader::Object BinaryPlistReader::object(std::uint64_t index) const {
         return payload(Kind::Dictionary, readCount(low, pos), 2 * std::uint64_t(_refSize),
                        "a list runs past its end");
     default:
-        damaged("it holds an unknown kind of value");
+        ArchiveError::damaged("it holds an unknown kind of value");
     }
 }
 
 std::uint64_t BinaryPlistReader::reference(const Object& container, std::uint64_t i) const {
     const std::uint64_t ref = readBigEndian(container.bytes + i * _refSize, _refSize);
-    if (ref >= _numObjects) damaged("a reference points outside the file");
+    if (ref >= _numObjects) ArchiveError::damaged("a reference points outside the file");
     return ref;
 }
 
@@ -141,7 +139,7 @@ std::optional<std::uint64_t> BinaryPlistReader::find(const Object& dictionary,
     if (dictionary.kind != Kind::Dictionary) return std::nullopt;
     for (std::uint64_t i = 0; i < dictionary.count; ++i) {
         const Object k = object(reference(dictionary, i));
-        if (!k.isString()) damaged("a dictionary key is not a string");
+        if (!k.isString()) ArchiveError::damaged("a dictionary key is not a string");
         if (stringEquals(k, key)) return reference(dictionary, dictionary.count + i);
     }
     return std::nullopt;

@@ -27,10 +27,6 @@ constexpr std::size_t kMaxObjectDepth = 256;
 // Largest image an archive may hold, in pixels (256 MiB of RGBA).
 constexpr std::int64_t kMaxImagePixels = std::int64_t(64) << 20;
 
-[[noreturn]] void damaged(const std::string& what) {
-    throw ArchiveError("the file is damaged: " + what);
-}
-
 std::string quoted(std::string_view key) {
     std::string out;
     out.reserve(key.size() + 2);
@@ -82,7 +78,8 @@ public:
 private:
     const char* take(std::uint64_t n) {
         Frame& f = _frames.back();
-        if (f.valuesSize - f.position < n) damaged("an object's list of values ends too soon");
+        if (f.valuesSize - f.position < n)
+            ArchiveError::damaged("an object's list of values ends too soon");
         const char* p = f.values + f.position;
         f.position += n;
         return p;
@@ -118,7 +115,8 @@ struct KeyedUnarchiver::Impl {
         Frame f{dict};
         if (auto values = plist.find(dict, KeyedArchiver::kValuesKey)) {
             const PlistObject blob = plist.object(*values);
-            if (blob.kind != Kind::Data) damaged("an object's list of values is not data");
+            if (blob.kind != Kind::Data)
+                ArchiveError::damaged("an object's list of values is not data");
             f.values = reinterpret_cast<const char*>(blob.bytes);
             f.valuesSize = blob.count;
         }
@@ -135,14 +133,17 @@ struct KeyedUnarchiver::Impl {
 
     std::uint64_t uidOf(const PlistObject& value, std::string_view key) const {
         if (value.kind != Kind::Uid)
-            damaged(quoted(key) + " should refer to an object but holds a plain value");
+            ArchiveError::damaged(quoted(key) +
+                                  " should refer to an object but holds a plain value");
         const std::uint64_t uid = BinaryPlistReader::unsignedValue(value);
-        if (uid >= objects.size()) damaged(quoted(key) + " refers to a missing object");
+        if (uid >= objects.size())
+            ArchiveError::damaged(quoted(key) + " refers to a missing object");
         return uid;
     }
 
     void countReference() {
-        if (++references > referenceLimit) damaged("its objects refer to each other too often");
+        if (++references > referenceLimit)
+            ArchiveError::damaged("its objects refer to each other too often");
     }
 
     // The class name of an object record, or empty when the object is a
@@ -151,16 +152,17 @@ struct KeyedUnarchiver::Impl {
         static const std::string none;
         if (object.kind != Kind::Dictionary) return none;
         const auto classRef = item(object, "$class");
-        if (!classRef) damaged("an object does not name its class");
+        if (!classRef) ArchiveError::damaged("an object does not name its class");
         const std::uint64_t uid =
             classRef->kind == Kind::Uid ? BinaryPlistReader::unsignedValue(*classRef) : 0;
-        if (uid == 0 || uid >= objects.size()) damaged("an object's class is missing");
+        if (uid == 0 || uid >= objects.size())
+            ArchiveError::damaged("an object's class is missing");
         auto known = classNames.find(uid);
         if (known != classNames.end()) return known->second;
         const PlistObject record = this->object(uid);
         const auto name =
             record.kind == Kind::Dictionary ? item(record, "$classname") : std::nullopt;
-        if (!name || !name->isString()) damaged("an object's class has no name");
+        if (!name || !name->isString()) ArchiveError::damaged("an object's class has no name");
         return classNames.emplace(uid, BinaryPlistReader::stringValue(*name)).first->second;
     }
 
@@ -174,7 +176,8 @@ struct KeyedUnarchiver::Impl {
         if (uid == 0) return std::nullopt;
         countReference();
         const PlistObject record = object(uid);
-        if (classNameOf(record) != className) damaged(quoted(key) + " is not " + what);
+        if (classNameOf(record) != className)
+            ArchiveError::damaged(quoted(key) + " is not " + what);
         return record;
     }
 
@@ -197,18 +200,20 @@ struct KeyedUnarchiver::Impl {
         case State::Read:
             return decoded[uid];
         case State::Reading:
-            damaged("an object contains itself");
+            ArchiveError::damaged("an object contains itself");
         case State::NotRead:
             break;
         }
         const PlistObject record = object(uid);
         const std::string& className = classNameOf(record);
         if (className.empty() || isValueClass(className))
-            damaged(quoted(key) + " holds a plain value where an object was expected");
+            ArchiveError::damaged(quoted(key) +
+                                  " holds a plain value where an object was expected");
         auto factory = registry().find(className);
         if (factory == registry().end())
-            damaged("it holds an object of unknown class \"" + className + "\"");
-        if (frames.size() > kMaxObjectDepth) damaged("its objects are nested too deeply");
+            ArchiveError::damaged("it holds an object of unknown class \"" + className + "\"");
+        if (frames.size() > kMaxObjectDepth)
+            ArchiveError::damaged("its objects are nested too deeply");
 
         frames.push_back(frameFor(record));
         states[uid] = State::Reading;
@@ -261,14 +266,14 @@ KeyedUnarchiver::KeyedUnarchiver(const QByteArray& data) : _impl(std::make_uniqu
     const auto top = item("$top", Kind::Dictionary);
     const auto objects = item("$objects", Kind::Array);
     if (!top || !objects || !item("$version", Kind::Integer))
-        damaged("its archive lacks its table of objects");
+        ArchiveError::damaged("its archive lacks its table of objects");
 
     impl.objects.reserve(std::size_t(objects->count));
     for (std::uint64_t i = 0; i < objects->count; ++i)
         impl.objects.push_back(impl.plist.reference(*objects, i));
     if (impl.objects.empty() || !impl.object(0).isString() ||
         !BinaryPlistReader::stringEquals(impl.object(0), "$null"))
-        damaged("its table of objects does not start with the null object");
+        ArchiveError::damaged("its table of objects does not start with the null object");
     impl.states.assign(impl.objects.size(), Impl::State::NotRead);
     impl.decoded.resize(impl.objects.size());
     impl.referenceLimit = 16 * std::uint64_t(impl.objects.size()) + 65536;
@@ -303,7 +308,7 @@ KeyedUnarchiver::decodeObjectArray(std::string_view key) {
     _impl->countReference();
     const auto list = _impl->item(object, "objects");
     if (!list || list->kind != Kind::Array)
-        damaged("the array under " + quoted(key) + " has no list of objects");
+        ArchiveError::damaged("the array under " + quoted(key) + " has no list of objects");
     return _impl->decodeList(*list, key, *this);
 }
 
@@ -333,7 +338,7 @@ Number numberOf(const PlistObject& value, std::string_view key) {
         n.real = double(n.integer);
         return n;
     default:
-        damaged(quoted(key) + " should be a number");
+        ArchiveError::damaged(quoted(key) + " should be a number");
     }
 }
 
@@ -353,7 +358,7 @@ std::int64_t KeyedUnarchiver::decodeInt(std::string_view key) {
     if (n.isInteger) return n.integer;
     // 2^63 is the first double outside the int64 range.
     if (!(std::fabs(n.real) < 9223372036854775808.0))
-        damaged(quoted(key) + " is too large for an integer");
+        ArchiveError::damaged(quoted(key) + " is too large for an integer");
     return std::int64_t(n.real);
 }
 
@@ -369,14 +374,14 @@ double KeyedUnarchiver::decodeDouble(std::string_view key) {
 std::optional<std::string> KeyedUnarchiver::decodeString(std::string_view key) {
     const auto value = _impl->plainValue(key);
     if (!value) return std::nullopt;
-    if (!value->isString()) damaged(quoted(key) + " is not a string");
+    if (!value->isString()) ArchiveError::damaged(quoted(key) + " is not a string");
     return BinaryPlistReader::stringValue(*value);
 }
 
 std::optional<QByteArray> KeyedUnarchiver::decodeData(std::string_view key) {
     const auto value = _impl->plainValue(key);
     if (!value) return std::nullopt;
-    if (value->kind != Kind::Data) damaged(quoted(key) + " is not data");
+    if (value->kind != Kind::Data) ArchiveError::damaged(quoted(key) + " is not data");
     return QByteArray(reinterpret_cast<const char*>(value->bytes), qsizetype(value->count));
 }
 
@@ -386,7 +391,8 @@ namespace {
 const char* blobOf(const BinaryPlistReader& plist, const PlistObject& record, const char* name,
                    std::uint64_t* size, const char* what) {
     const auto blob = itemOf(plist, record, name);
-    if (!blob || blob->kind != Kind::Data) damaged(std::string(what) + " is incomplete");
+    if (!blob || blob->kind != Kind::Data)
+        ArchiveError::damaged(std::string(what) + " is incomplete");
     *size = blob->count;
     return reinterpret_cast<const char*>(blob->bytes);
 }
@@ -395,7 +401,7 @@ std::uint64_t uintOf(const BinaryPlistReader& plist, const PlistObject& record, 
                      std::uint64_t fallback, const char* what) {
     const auto v = itemOf(plist, record, name);
     if (!v) return fallback;
-    if (v->kind != Kind::Integer) damaged(std::string(what) + " is malformed");
+    if (v->kind != Kind::Integer) ArchiveError::damaged(std::string(what) + " is malformed");
     return BinaryPlistReader::unsignedValue(*v);
 }
 
@@ -407,7 +413,7 @@ std::optional<Color> KeyedUnarchiver::decodeColor(std::string_view key) {
     const std::uint64_t space = uintOf(_impl->plist, *record, "space", 0, "a colour");
     std::uint64_t size = 0;
     const char* rgba = blobOf(_impl->plist, *record, "rgba", &size, "a colour");
-    if (space > 1 || size != 16) damaged("a colour is malformed");
+    if (space > 1 || size != 16) ArchiveError::damaged("a colour is malformed");
     const float r = readFloat(rgba), g = readFloat(rgba + 4), b = readFloat(rgba + 8),
                 a = readFloat(rgba + 12);
     return space == 1 ? Color::device(r, g, b, a) : Color::calibrated(r, g, b, a);
@@ -423,8 +429,9 @@ std::unique_ptr<BezierPath> KeyedUnarchiver::decodeBezierPath(std::string_view k
     while (p < end) {
         const auto type = std::uint8_t(*p++);
         const int n = pointsForElementType(type);
-        if (n < 0) damaged("a path holds an element of unknown type");
-        if (std::uint64_t(end - p) < std::uint64_t(n) * 8) damaged("a path ends in mid-element");
+        if (n < 0) ArchiveError::damaged("a path holds an element of unknown type");
+        if (std::uint64_t(end - p) < std::uint64_t(n) * 8)
+            ArchiveError::damaged("a path ends in mid-element");
         Point pts[3];
         for (int i = 0; i < n; ++i, p += 8) pts[i] = {readFloat(p), readFloat(p + 4)};
         switch (type) {
@@ -446,7 +453,8 @@ std::unique_ptr<BezierPath> KeyedUnarchiver::decodeBezierPath(std::string_view k
         path->setLineWidth(float(numberOf(*width, "line_width").real));
     const std::uint64_t join = uintOf(_impl->plist, *record, "line_join", 0, "a path");
     const std::uint64_t winding = uintOf(_impl->plist, *record, "winding_rule", 0, "a path");
-    if (join > 2 || winding > 1) damaged("a path has an unknown line join or winding rule");
+    if (join > 2 || winding > 1)
+        ArchiveError::damaged("a path has an unknown line join or winding rule");
     path->setLineJoinStyle(BezierPath::LineJoin(join));
     path->setWindingRule(WindingRule(winding));
     return path;
@@ -458,7 +466,7 @@ std::unique_ptr<AffineTransform> KeyedUnarchiver::decodeAffineTransform(std::str
     if (!record) return nullptr;
     std::uint64_t size = 0;
     const char* m = blobOf(_impl->plist, *record, "matrix", &size, "a transform");
-    if (size != 24) damaged("a transform is malformed");
+    if (size != 24) ArchiveError::damaged("a transform is malformed");
     return std::make_unique<AffineTransform>(AffineMatrix{readFloat(m), readFloat(m + 4),
                                                           readFloat(m + 8), readFloat(m + 12),
                                                           readFloat(m + 16), readFloat(m + 20)});
@@ -476,9 +484,9 @@ std::optional<QImage> KeyedUnarchiver::decodeImage(std::string_view key) {
     const QSize dimensions = reader.size();
     if (!dimensions.isValid() ||
         std::int64_t(dimensions.width()) * dimensions.height() > kMaxImagePixels)
-        damaged("an image in it cannot be read");
+        ArchiveError::damaged("an image in it cannot be read");
     QImage image = reader.read();
-    if (image.isNull()) damaged("an image in it cannot be read");
+    if (image.isNull()) ArchiveError::damaged("an image in it cannot be read");
     return image;
 }
 
@@ -497,5 +505,5 @@ void KeyedUnarchiver::registerClass(const std::string& className, Factory factor
 }
 
 void KeyedUnarchiver::throwWrongClass(std::string_view key) const {
-    damaged(quoted(key) + " holds an object of the wrong class");
+    ArchiveError::damaged(quoted(key) + " holds an object of the wrong class");
 }

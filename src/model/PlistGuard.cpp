@@ -9,10 +9,6 @@
 
 namespace {
 
-[[noreturn]] void damaged(const std::string& what) {
-    throw ArchiveError("the file is damaged: " + what);
-}
-
 using Kind = BinaryPlistReader::Kind;
 
 } // namespace
@@ -29,10 +25,10 @@ void PlistGuard::check(const BinaryPlistReader& plist, std::size_t size, const L
     std::uint64_t nodes = 0;
     std::uint64_t leafBytes = 0;
     auto countLeaf = [&](const BinaryPlistReader::Object& o) {
-        if (++nodes > limits.maxNodes) damaged("it holds too many values");
+        if (++nodes > limits.maxNodes) ArchiveError::damaged("it holds too many values");
         if (o.kind == Kind::Data || o.isString()) {
             leafBytes += o.kind == Kind::Utf16String ? 2 * o.count : o.count;
-            if (leafBytes > leafLimit) damaged("it holds too much data");
+            if (leafBytes > leafLimit) ArchiveError::damaged("it holds too much data");
         }
     };
     while (!stack.empty()) {
@@ -41,15 +37,16 @@ void PlistGuard::check(const BinaryPlistReader& plist, std::size_t size, const L
         const BinaryPlistReader::Object o = plist.object(e.index);
         countLeaf(o);
         if (o.kind != Kind::Array && o.kind != Kind::Dictionary) continue;
-        if (seen[std::size_t(e.index)]) damaged("a list is contained twice or contains itself");
+        if (seen[std::size_t(e.index)])
+            ArchiveError::damaged("a list is contained twice or contains itself");
         seen[std::size_t(e.index)] = true;
-        if (e.depth >= limits.maxDepth) damaged("its values are nested too deeply");
+        if (e.depth >= limits.maxDepth) ArchiveError::damaged("its values are nested too deeply");
         std::uint64_t first = 0;
         if (o.kind == Kind::Dictionary) {
             // Keys must be strings; they are leaves, counted here.
             for (; first < o.count; ++first) {
                 const BinaryPlistReader::Object k = plist.object(plist.reference(o, first));
-                if (!k.isString()) damaged("a dictionary key is not a string");
+                if (!k.isString()) ArchiveError::damaged("a dictionary key is not a string");
                 countLeaf(k);
             }
         }

@@ -21,9 +21,19 @@ void clearQueue(Lua::Context& context) {
     context.queued_is_stroke.clear();
 }
 
-// The pen colour in calibrated RGB with the pen opacity as its alpha.
-Color queuedPathColor(const Pen& pen) {
-    return pen.color().usingSpace(Color::Space::CalibratedRGB).withAlphaComponent(pen.opacity());
+// Hands each queued path in order to draw, with the pen colour in calibrated
+// RGB and the pen opacity as its alpha (unless there is nothing to draw
+// into), then empties the queue.
+template <class Draw> void drawQueued(bool canDraw, Draw draw) {
+    Lua::Context& context = Lua::context();
+    if (canDraw && context.pen) {
+        const Color c = context.pen->color()
+                            .usingSpace(Color::Space::CalibratedRGB)
+                            .withAlphaComponent(context.pen->opacity());
+        for (std::size_t i = 0; i < context.queued_paths.size(); i++)
+            draw(c, context.queued_paths[i], bool(context.queued_is_stroke[i]));
+    }
+    clearQueue(context);
 }
 
 void redraw(const Rect& r) {
@@ -79,43 +89,29 @@ void PenCallbacks::penUp(Lua& lua) {
 }
 
 void PenCallbacks::penDraw(CGContextWrapper* target) {
-    Lua::Context& context = Lua::context();
-    if (target && context.pen) {
-        const Color c = queuedPathColor(*context.pen);
+    drawQueued(target != nullptr, [&](const Color& c, const BezierPath& p, bool isStroke) {
         target->setFillColor(c);
         target->setStrokeColor(c);
-        for (std::size_t i = 0; i < context.queued_paths.size(); i++) {
-            const BezierPath& p = context.queued_paths[i];
-            const Path flat(p.elements());
-            if (context.queued_is_stroke[i]) {
-                target->setLineWidth(p.lineWidth());
-                flat.strokeInContext(*target);
-            } else {
-                flat.fillInContext(*target, 0);
-            }
+        const Path flat(p.elements());
+        if (isStroke) {
+            target->setLineWidth(p.lineWidth());
+            flat.strokeInContext(*target);
+        } else {
+            flat.fillInContext(*target, 0);
         }
-    }
-    clearQueue(context);
+    });
 }
 
 void PenCallbacks::penDraw(QPainter& painter) {
-    Lua::Context& context = Lua::context();
-    if (context.pen) {
-        const Color c = queuedPathColor(*context.pen);
+    drawQueued(true, [&](const Color& c, const BezierPath& p, bool isStroke) {
         const QColor colour = QColor::fromRgbF(c.redComponent(), c.greenComponent(),
                                                c.blueComponent(), c.alphaComponent());
-        for (std::size_t i = 0; i < context.queued_paths.size(); i++) {
-            const BezierPath& p = context.queued_paths[i];
-            const QPainterPath path =
-                Path::painterPath(p.elements(), AffineMatrix::identity(), p.windingRule());
-            if (context.queued_is_stroke[i]) {
-                if (!(p.lineWidth() >= 0)) continue;
-                painter.strokePath(path, QPen(colour, double(p.lineWidth()), Qt::SolidLine,
-                                              Qt::FlatCap, Qt::BevelJoin));
-            } else {
-                painter.fillPath(path, colour);
-            }
-        }
-    }
-    clearQueue(context);
+        const QPainterPath path =
+            Path::painterPath(p.elements(), AffineMatrix::identity(), p.windingRule());
+        if (!isStroke)
+            painter.fillPath(path, colour);
+        else if (p.lineWidth() >= 0)
+            painter.strokePath(path, QPen(colour, double(p.lineWidth()), Qt::SolidLine, Qt::FlatCap,
+                                          Qt::BevelJoin));
+    });
 }

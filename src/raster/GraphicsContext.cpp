@@ -1,5 +1,7 @@
 #include "raster/GraphicsContext.h"
 
+#include "raster/Path.h"
+
 #include <QPainter>
 #include <QPainterPath>
 #include <QTransform>
@@ -221,28 +223,7 @@ void GraphicsContext::strokePath() {
         beginPath();
         return;
     }
-    QPainterPath qpath;
-    for (const PathElement& e : _path) {
-        QPointF p[3];
-        const int n = e.type == CurveToElement ? 3 : e.type == ClosePathElement ? 0 : 1;
-        for (int i = 0; i < n; ++i) p[i] = inverse.map(QPointF(e.points[i].x, e.points[i].y));
-        switch (e.type) {
-        case MoveToElement:
-            qpath.moveTo(p[0]);
-            break;
-        case LineToElement:
-            qpath.lineTo(p[0]);
-            break;
-        case CurveToElement:
-            qpath.cubicTo(p[0], p[1], p[2]);
-            break;
-        case ClosePathElement:
-            qpath.closeSubpath();
-            break;
-        default:
-            break;
-        }
-    }
+    const QPainterPath qpath = inverse.map(Path::painterPath(_path, AffineMatrix::identity()));
     QPen pen(toQColor(_state.stroke), double(_state.lineWidth), Qt::SolidLine, Qt::FlatCap,
              toQt(_state.lineJoin));
     pen.setMiterLimit(10);
