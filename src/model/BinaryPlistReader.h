@@ -43,6 +43,7 @@ public:
     // without the property-list header, damaged for a broken trailer.
     BinaryPlistReader(const char* data, std::size_t size);
 
+    std::size_t size() const { return _size; }
     std::uint64_t objectCount() const { return _numObjects; }
     std::uint64_t rootIndex() const { return _root; }
 

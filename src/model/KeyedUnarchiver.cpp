@@ -251,7 +251,7 @@ KeyedUnarchiver::KeyedUnarchiver(const QByteArray& data) : _impl(std::make_uniqu
     std::call_once(registered, registerModelArchiveClasses);
 
     Impl& impl = *_impl;
-    PlistGuard::check(impl.plist, std::size_t(data.size()), PlistGuard::Limits());
+    PlistGuard::check(impl.plist);
     const PlistObject root = impl.plist.object(impl.plist.rootIndex());
     auto item = [&](const char* key, Kind kind) -> std::optional<PlistObject> {
         if (root.kind != Kind::Dictionary) return std::nullopt;

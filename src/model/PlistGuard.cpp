@@ -11,11 +11,17 @@ namespace {
 
 using Kind = BinaryPlistReader::Kind;
 
+constexpr std::size_t kMaxDepth = 512;
+constexpr std::uint64_t kMaxNodes = 8'000'000;
+// Bytes of strings and data after expanding shared leaves.
+constexpr std::uint64_t kMaxLeafBytes = std::uint64_t(1) << 30;
+constexpr std::uint64_t kMaxLeafExpansion = 64; // times the input size, plus 16 MiB
+
 } // namespace
 
-void PlistGuard::check(const BinaryPlistReader& plist, std::size_t size, const Limits& limits) {
+void PlistGuard::check(const BinaryPlistReader& plist) {
     const std::uint64_t leafLimit =
-        std::min(limits.maxLeafBytes, std::uint64_t(size) * limits.maxLeafExpansion + (16u << 20));
+        std::min(kMaxLeafBytes, std::uint64_t(plist.size()) * kMaxLeafExpansion + (16u << 20));
     std::vector<bool> seen(std::size_t(plist.objectCount()), false);
     struct Entry {
         std::uint64_t index;
@@ -25,7 +31,7 @@ void PlistGuard::check(const BinaryPlistReader& plist, std::size_t size, const L
     std::uint64_t nodes = 0;
     std::uint64_t leafBytes = 0;
     auto countLeaf = [&](const BinaryPlistReader::Object& o) {
-        if (++nodes > limits.maxNodes) ArchiveError::damaged("it holds too many values");
+        if (++nodes > kMaxNodes) ArchiveError::damaged("it holds too many values");
         if (o.kind == Kind::Data || o.isString()) {
             leafBytes += o.kind == Kind::Utf16String ? 2 * o.count : o.count;
             if (leafBytes > leafLimit) ArchiveError::damaged("it holds too much data");
@@ -40,7 +46,7 @@ void PlistGuard::check(const BinaryPlistReader& plist, std::size_t size, const L
         if (seen[std::size_t(e.index)])
             ArchiveError::damaged("a list is contained twice or contains itself");
         seen[std::size_t(e.index)] = true;
-        if (e.depth >= limits.maxDepth) ArchiveError::damaged("its values are nested too deeply");
+        if (e.depth >= kMaxDepth) ArchiveError::damaged("its values are nested too deeply");
         std::uint64_t first = 0;
         if (o.kind == Kind::Dictionary) {
             // Keys must be strings; they are leaves, counted here.
@@ -53,8 +59,4 @@ void PlistGuard::check(const BinaryPlistReader& plist, std::size_t size, const L
         for (std::uint64_t i = 0; i < o.count; ++i)
             stack.push_back({plist.reference(o, first + i), e.depth + 1});
     }
-}
-
-void PlistGuard::check(const char* data, std::size_t size, const Limits& limits) {
-    check(BinaryPlistReader(data, size), size, limits);
 }
