@@ -134,31 +134,6 @@ TEST(CoverageRasterizer, RandomPathsMatchQPainter) {
     }
 }
 
-// Pen outlines are mostly circles: compare with the true discs' coverage,
-// sampled 16 x 16 times per pixel.
-TEST(CoverageRasterizer, CirclesMatchExactDiscs) {
-    const float circles[][3] = {
-        {10.3f, 12.7f, 3.2f}, {40.5f, 14.25f, 12}, {22.1f, 42.9f, 18}, {60, 60, 9}};
-    QPainterPath p;
-    for (const auto& c : circles) p.addEllipse(QPointF(c[0], c[1]), c[2], c[2]);
-    std::vector<int> exact;
-    for (int i = 0; i < kSize * kSize; ++i) {
-        int in = 0;
-        for (int sample = 0; sample < 256; ++sample) {
-            const float x = float(i % kSize) + (float(sample % 16) + 0.5f) / 16,
-                        y = float(i / kSize) + (float(sample / 16) + 0.5f) / 16;
-            bool inside = false;
-            for (const auto& c : circles)
-                inside = inside || (x - c[0]) * (x - c[0]) + (y - c[1]) * (y - c[1]) < c[2] * c[2];
-            in += inside;
-        }
-        exact.push_back((in * 255 + 128) / 256);
-    }
-    const Diff d = compare(ours(p, Rule::NonZero, true), exact);
-    EXPECT_LT(d.mean, 0.5);
-    EXPECT_LE(d.max, 16);
-}
-
 TEST(CoverageRasterizer, ClipsAtEveryEdgeAndSurvivesBadCoordinates) {
     QPainterPath big; // far larger than the target: covers all of it
     big.addRect(-1e6, -1e6, 2e6, 2e6);
