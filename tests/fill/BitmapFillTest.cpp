@@ -50,11 +50,6 @@ TEST(FloodFill, ToleranceIsTheLargestChannelDistanceFromTheSeed) {
     EXPECT_EQ(filled({"aa", "aa"}, Point{-40, 1e9f}, -0.1f), (Picture{"#.", ".."}));
 }
 
-TEST(FloodFillDeathTest, ReferenceOfAnotherSizeIsAProgrammingError) {
-    EXPECT_DEATH(BitmapFill(*emptyMask(4, 3)).floodFill(*emptyMask(4, 4), Point{}, RED, 0.2f),
-                 "_width == bm->_width && _height == bm->_height");
-}
-
 TEST(FloodFillAt, FillsEqualPixelsInsideTheInclusiveLimit) {
     auto mask = bitmapFrom({"......", "......", "...#..", "......", "......"});
     // Columns 1 .. 4 and rows 1 .. 3, both ends included.
@@ -112,10 +107,4 @@ TEST(ClockwiseOutline, OnePointPerUnitEdgeWithTheRegionOnTheLeft) {
     // The region is the start's word: a marked hole is traced on its own.
     EXPECT_EQ(traced({"####", "#oo#", "####"}, Point{1, 1}),
               corners({2, 1, 3, 1, 3, 2, 2, 2, 1, 2, 1, 1}));
-}
-
-TEST(ClockwiseOutlineDeathTest, AWalkThatNeverReturnsToItsStartIsAProgrammingError) {
-    // From the upper left pixel of a 2 x 2 block the walk circles the block
-    // without passing its start corner again.
-    EXPECT_DEATH(traced({"....", ".##.", ".##.", "...."}, Point{1, 2}), "walksInCircles");
 }

@@ -1,13 +1,9 @@
 #include "pens/Lua.h"
 #include "LuaTestSupport.h"
-#include "pens/KeyStrings.h"
 
 #include <lua.hpp>
 
 #include <gtest/gtest.h>
-
-#include <QCoreApplication>
-#include <QTranslator>
 
 namespace {
 
@@ -162,35 +158,6 @@ return table.concat(results, '\n')
     lua_close(reference);
     ASSERT_EQ(want.rfind("find l+ -> boolean:true,number:3,number:4\n", 0), 0u) << want;
     EXPECT_EQ(evaluate(host.state()), want);
-}
-
-// Pen type names ("Lua" context), alert titles and key symbols ("Main").
-class Translations : public QTranslator {
-public:
-    QString translate(const char* context, const char* text, const char*, int) const override {
-        const QByteArray key = QByteArray(context) + ":" + text;
-        if (key == "Lua:Settings Pen") return QStringLiteral("Stylo réglé");
-        if (key == "Main:Runtime error") return QStringLiteral("Erreur d'exécution");
-        if (key == "Main:shift_key") return QStringLiteral("Umschalt+");
-        return {};
-    }
-};
-
-TEST_F(LuaTest, NamesAlertTitlesAndKeySymbolsAreLocalised) {
-    int argc = 1;
-    char name[] = "test_pens";
-    char* argv[] = {name, nullptr};
-    QCoreApplication app(argc, argv);
-    Translations translations;
-    QCoreApplication::installTranslator(&translations);
-    auto lua = running("settings.lua");
-    EXPECT_EQ(lua->getGlobalStringLocalized("name"), "Stylo réglé");
-    EXPECT_EQ(lua->getGlobalStringLocalized("key"), "cmd-opt-3"); // no translation: the key
-    lua->call("missing");
-    ASSERT_EQ(alerts.alerts.size(), 1u);
-    EXPECT_EQ(alerts.alerts[0].title, "Erreur d'exécution");
-    EXPECT_EQ(KeyStrings::formatKeyString("shift-cmd-s"), "Umschalt+⌘S");
-    QCoreApplication::removeTranslator(&translations);
 }
 
 } // namespace

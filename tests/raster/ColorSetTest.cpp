@@ -17,27 +17,7 @@ Words quantize(const Words& pixels, int wanted) {
     return palette;
 }
 
-ColorSet boxOf(Words& colours) {
-    ColorSet box{colours.data(), 0, std::int32_t(colours.size())};
-    box.compute_min_max();
-    return box;
-}
-
 } // namespace
-
-// The score counts the ranges of red, green and blue, not alpha. The median
-// cursors meet from both ends, ties moving the high one down.
-TEST(ColorSet, MinMaxScoreAndMedian) {
-    Words c = {0x10203040u, 0xF0102050u, 0x20302010u};
-    const ColorSet box = boxOf(c);
-    EXPECT_EQ(box.min, 0x10102010u);
-    EXPECT_EQ(box.max, 0xF0303050u);
-    EXPECT_EQ(box.score(), 3.0f * (0x40 + 0x10 + 0x20));
-    Words g = {0x00000A00u, 0x00000A00u, 0x00000A00u, 0x0000C800u};
-    EXPECT_EQ(boxOf(g).median(0), 10);
-    Words h = {0x00000000u, 0xFF000000u, 0xFF000000u, 0x80000000u};
-    EXPECT_EQ(boxOf(h).median(2), 128);
-}
 
 TEST(MedianCut, SmallCasesAndTheBitmapIsLeftAlone) {
     // One colour asked: the rounded average of everything.

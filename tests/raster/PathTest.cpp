@@ -77,21 +77,6 @@ TEST(Path, NonZeroBatchesDoNotCancelEachOther) {
     EXPECT_EQ(separate->at(61, 61), BLACK);
 }
 
-TEST(Path, EvenOddLeavesHolesWhereNonZeroFills) {
-    std::vector<PathElement> e;
-    square(e, 4, 4, 24);
-    square(e, 10, 10, 12); // same direction, inside
-    const Path path(e);
-    Bitmap bm(Size{32, 32});
-    bm.fill(0);
-    EXPECT_EQ(path.fillInContext(bm.cgContext(), EvenOddWindingRule), (Rect{4, 4, 24, 24}));
-    EXPECT_EQ(bm.at(15, 15), 0u);
-    EXPECT_EQ(bm.at(6, 6), BLACK);
-    bm.fill(0);
-    path.fillInContext(bm.cgContext(), NonZeroWindingRule);
-    EXPECT_EQ(bm.at(15, 15), BLACK);
-}
-
 // Strokes report bounds grown by a full line width; a curve's bounds
 // include its control points and the path stays loaded.
 TEST(Path, StrokeAndCurveBoundsAndEmptyPaths) {
