@@ -120,12 +120,10 @@ local function collect(s, p)
   for a, b in string.gmatch(s, p) do r[#r + 1] = tostring(a) .. '/' .. tostring(b) end
   return table.concat(r, '|')
 end
-for _, c in ipairs({{'hello', 'l+'}, {'abc', '^b'}, {'abc', 'c$'}, {'abc', ''}, {'abc', '()'},
+for _, c in ipairs({{'hello', 'l+'}, {'abc', '^b'}, {'abc', ''}, {'abc', '()'},
     {'key = value', '(%w+)%s*=%s*(%w+)'}, {'f(a(b)c)d', '%b()'}, {'THE (quick) fox', '%f[%a]%a+'},
-    {'hello', '()ll()'}, {'2024-01-05', '(%d+)-(%d+)-(%d+)'}, {'abc', 'a(.-)c'}, {'aaa', 'a-'},
-    {'[x]', '[%[]'}, {'x-y', '[a-]+'}, {'x]y', '[]]'}, {'hello hello', '(h%a+) %1'},
-    {'abc', '[^a]+'}, {'a\0b', '%z'}, {'abc', 'a?b?c?d?'}, {'x', '('}, {'x', '%'}, {'x', '[a'},
-    {'x', '%1'}, {'x', 'x)'}, {'x', '%b'}, {'x', '%fx'}}) do
+    {'abc', 'a(.-)c'}, {'aaa', 'a-'}, {'x-y', '[a-]+'}, {'x]y', '[]]'}, {'hello hello', '(h%a+) %1'},
+    {'a\0b', '%z'}, {'x', '('}, {'x', '%'}, {'x', '[a'}, {'x', '%1'}, {'x', 'x)'}, {'x', '%b'}}) do
   try('find ' .. c[2], string.find, c[1], c[2])
   try('match ' .. c[2], string.match, c[1], c[2])
   try('gmatch ' .. c[2], collect, c[1], c[2])
@@ -133,14 +131,13 @@ for _, c in ipairs({{'hello', 'l+'}, {'abc', '^b'}, {'abc', 'c$'}, {'abc', ''}, 
 end
 try('find init', string.find, 'hello', 'l', -2) try('find past end', string.find, 'hello', '', 10)
 try('find plain', string.find, 'a.b', '.', 1, true)
-try('find frontier init', string.find, 'THE (quick) fox', '%f[%a]%a+', 5)
+try('rep', function() return string.rep('ab', 3), string.rep('x', 0), string.rep('', 5) end)
 try('gsub capture', string.gsub, 'hello world', '(o)', '[%1]')
 try('gsub limit', string.gsub, 'hello world', '%w+', '<%0>', 1)
 try('gsub table', string.gsub, 'abc', '%w', {a = 1, b = true})
 try('gsub function', string.gsub, 'abc', '%w', function(c) if c ~= 'b' then return c:upper() end end)
 try('gsub bad capture', string.gsub, 'abc', 'b', '%2') try('gsub bad escape', string.gsub, 'abc', 'b', '%x')
 try('gsub percent', string.gsub, 'abc', '(b)', '%%') try('gsub false', string.gsub, 'x', 'x', false)
-try('rep', function() return string.rep('ab', 3), string.rep('x', 0), string.rep('', 5) end)
 return table.concat(results, '\n')
 )lua";
     auto evaluate = [&chunk](lua_State* L) {
