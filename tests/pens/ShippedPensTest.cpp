@@ -25,8 +25,8 @@ struct ShippedRig : PenRig {
 void expectMatchesGolden(const Bitmap& bitmap, const std::string& name) {
     const QString golden = QString(VIMO_TEST_DATA_DIR "/pens/golden/%1.png").arg(name.c_str());
     const QImage actual = bitmap.image().convertToFormat(QImage::Format_RGBA8888);
-    const char* update = std::getenv("VIMO_UPDATE_GOLDEN");
-    if ((update && *update == '1') || QImage(golden).isNull()) {
+    if (const char* update = std::getenv("VIMO_UPDATE_GOLDEN");
+        (update && *update == '1') || QImage(golden).isNull()) {
         ASSERT_TRUE(actual.save(golden)) << golden.toStdString();
         GTEST_SKIP() << "wrote " << golden.toStdString();
     }
@@ -169,8 +169,7 @@ TEST_P(ShippedPenGolden, MatchesTheApprovedPicture) {
 
 INSTANTIATE_TEST_SUITE_P(
     Pens, ShippedPenGolden,
-    testing::Values(PenCase{"Pen", waves, 2},
-                    PenCase{"Soft Brush", waves, 2},
+    testing::Values(PenCase{"Pen", waves, 2}, PenCase{"Soft Brush", waves, 2},
                     PenCase{"Highlighter", highlighter, 2}, PenCase{"Eraser", eraser, 2},
                     PenCase{"Calligraphy", calligraphyAngles, 2}, PenCase{"Airbrush", waves, 2},
                     PenCase{"Straight Line", shapes, 3}, PenCase{"Rectangle", shapes, 3},
