@@ -153,20 +153,6 @@ TEST(VimoDocument, DuplicateOffsetsTheCopiesByTwentyPixels) {
     EXPECT_EQ(r.redrawn(), 2);
 }
 
-TEST(VimoDocument, MenuValidationFollowsToolAndSelection) {
-    Rig r(2);
-    r.doc.penTool();
-    EXPECT_TRUE(r.doc.validateMenuItem("mergeStrokes"));
-    EXPECT_FALSE(r.doc.validateMenuItem("bringForward"));
-    r.select({r.s[0]});
-    EXPECT_FALSE(r.doc.validateMenuItem("mergeStrokes"));
-    EXPECT_TRUE(r.doc.validateMenuItem("sendToBack"));
-    r.doc.selectAll();
-    r.doc.mergeStrokes();
-    EXPECT_EQ(r.doc.strokes().count(), 1);
-    EXPECT_TRUE(r.doc.arrow().selection().empty()); // the merged strokes are gone
-}
-
 TEST(VimoDocument, CopiedStrokesPasteCentredInAnotherViewAndJunkIsRefused) {
     Rig a(1), b;
     b.view.canvas()->zoomToPoint({200, 150}, 3);
@@ -236,19 +222,6 @@ TEST(VimoDocument, ReadingAFileReattachesUndoAndClearsTheSelection) {
     r.doc.undo();
     EXPECT_EQ(r.doc.strokes().count(), count);
     EXPECT_EQ(r.view.redrawFrom, std::vector<int>{count - 1});
-}
-
-TEST(VimoDocument, PenSettingsFromMenuTitles) {
-    Rig r;
-    r.doc.penOpacity("50%");
-    r.doc.penSize("12 pt");
-    r.doc.penOpacity("Opaque"); // no number: nothing
-    EXPECT_FLOAT_EQ(r.doc.pen().opacity(), 0.5f);
-    EXPECT_FLOAT_EQ(r.doc.pen().radius(), 12);
-    r.doc.fillTool();
-    r.doc.setPenType("Pencil");
-    EXPECT_EQ(r.doc.tool(), &r.doc.pen());
-    EXPECT_EQ(r.doc.pen().penTypeName(), "Pencil");
 }
 
 TEST(VimoDocument, TheEraserEndSwitchesPenTypeAndBack) {
