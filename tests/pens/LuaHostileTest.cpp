@@ -71,7 +71,9 @@ const HostileCase kHostile[] = {{"infinite_loop", "ran too long"},
                                 {"deep_tostring_recursion", "C stack overflow"},
                                 {"missing_callback", "attempt to call a nil value"}};
 INSTANTIATE_TEST_SUITE_P(Scripts, LuaHostileTest, testing::ValuesIn(kHostile),
-                         [](const auto& info) { return std::string(info.param.function); });
+                         [](const auto& param_info) {
+                             return std::string(param_info.param.function);
+                         });
 
 // A script that cannot be loaded is a "Compile error", one that fails while
 // it runs a "Runtime error", where what ran stays done.

@@ -132,6 +132,7 @@ TEST(VimoDocument, CommandsOnTooFewStrokesChangeAndRedrawNothing) {
     EXPECT_TRUE(r.doc.arrow().selection().empty());
     EXPECT_EQ(r.view.redrawFrom, std::vector<int>{0});
     r.view.redrawFrom.clear();
+    r.doc.penTool();
     r.doc.deleteStrokes();
     r.doc.duplicate();
     EXPECT_EQ(r.doc.strokes().count(), 0);
