@@ -54,31 +54,29 @@ TEST_P(LuaHostileTest, EndsWithRuntimeErrorAndStateCarriesOn) {
     EXPECT_EQ(lua.getGlobalNumber("good_calls"), 1.0f);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Scripts, LuaHostileTest,
-    testing::Values(HostileCase{"infinite_loop", "ran too long"},
-                    HostileCase{"loop_in_pcall", "ran too long"},
-                    HostileCase{"xpcall_looping_handler", "ran too long"},
-                    HostileCase{"loop_in_coroutine", "ran too long"},
-                    HostileCase{"loop_in_load_reader", "ran too long"},
-                    HostileCase{"exponential_pattern", "ran too long"},
-                    HostileCase{"deep_pattern", "pattern too complex"},
-                    HostileCase{"gsub_with_runaway_pattern", "ran too long"},
-                    HostileCase{"memory_bomb", "not enough memory"},
-                    HostileCase{"huge_rep", "resulting string too large"},
-                    HostileCase{"deep_lua_recursion", "stack overflow"},
-                    HostileCase{"deep_metamethod_recursion", "C stack overflow"},
-                    HostileCase{"deep_coroutine_nesting", "C stack overflow"},
-                    HostileCase{"deep_gsub_recursion", "C stack overflow"},
-                    HostileCase{"deep_tostring_recursion", "C stack overflow"},
-                    HostileCase{"missing_callback", "attempt to call a nil value"}),
-    [](const testing::TestParamInfo<HostileCase>& param_info) {
-        return param_info.param.function;
-    });
+const HostileCase kHostile[] = {{"infinite_loop", "ran too long"},
+                                {"loop_in_pcall", "ran too long"},
+                                {"xpcall_looping_handler", "ran too long"},
+                                {"loop_in_coroutine", "ran too long"},
+                                {"loop_in_load_reader", "ran too long"},
+                                {"exponential_pattern", "ran too long"},
+                                {"deep_pattern", "pattern too complex"},
+                                {"gsub_with_runaway_pattern", "ran too long"},
+                                {"memory_bomb", "not enough memory"},
+                                {"huge_rep", "resulting string too large"},
+                                {"deep_lua_recursion", "stack overflow"},
+                                {"deep_metamethod_recursion", "C stack overflow"},
+                                {"deep_coroutine_nesting", "C stack overflow"},
+                                {"deep_gsub_recursion", "C stack overflow"},
+                                {"deep_tostring_recursion", "C stack overflow"},
+                                {"missing_callback", "attempt to call a nil value"}};
+INSTANTIATE_TEST_SUITE_P(Scripts, LuaHostileTest, testing::ValuesIn(kHostile),
+                         [](const auto& param_info) {
+                             return std::string(param_info.param.function);
+                         });
 
 // A script that cannot be loaded is a "Compile error", one that fails while
-// it runs a "Runtime error", where what ran stays done. (Other states are
-// not affected: see the memory limit.)
+// it runs a "Runtime error", where what ran stays done.
 TEST(LuaHostile, LoadFailuresAreCompileOrRuntimeErrors) {
     const struct {
         const char *file, *title, *text, *name;

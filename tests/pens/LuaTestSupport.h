@@ -14,10 +14,8 @@
 class RecordingAlerts : public ScriptAlerts {
 public:
     struct Alert {
-        std::string title;
-        std::string message;
+        std::string title, message;
     };
-
     void scriptError(const std::string& title, const std::string& message) override {
         alerts.push_back({title, message});
     }
@@ -26,7 +24,6 @@ public:
         alerts.clear();
         log.clear();
     }
-
     std::vector<Alert> alerts;
     std::vector<std::string> log;
 };

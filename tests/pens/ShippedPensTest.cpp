@@ -25,8 +25,8 @@ struct ShippedRig : PenRig {
 void expectMatchesGolden(const Bitmap& bitmap, const std::string& name) {
     const QString golden = QString(VIMO_TEST_DATA_DIR "/pens/golden/%1.png").arg(name.c_str());
     const QImage actual = bitmap.image().convertToFormat(QImage::Format_RGBA8888);
-    const char* update = std::getenv("VIMO_UPDATE_GOLDEN");
-    if ((update && *update == '1') || QImage(golden).isNull()) {
+    if (const char* update = std::getenv("VIMO_UPDATE_GOLDEN");
+        (update && *update == '1') || QImage(golden).isNull()) {
         ASSERT_TRUE(actual.save(golden)) << golden.toStdString();
         GTEST_SKIP() << "wrote " << golden.toStdString();
     }
@@ -42,8 +42,7 @@ void expectMatchesGolden(const Bitmap& bitmap, const std::string& name) {
                             << " is in " VIMO_TEST_OUTPUT_DIR;
 }
 
-// Every shipped pen type loads cleanly and carries what the menus, the tool
-// panel and the property panel read.
+// Every shipped pen type loads cleanly with what the interface reads.
 TEST(ShippedPens, LoadWithEverythingTheInterfaceReads) {
     ShippedRig rig;
     EXPECT_TRUE(rig.alerts.alerts.empty());
@@ -73,12 +72,6 @@ TEST(ShippedPens, LoadWithEverythingTheInterfaceReads) {
             EXPECT_LE(rig.pen.getParameter(p), rig.pen.parameterMax(p)) << p;
         }
     }
-    // The tools' cursors.
-    for (const char* name : {"zoom_cursor", "zoom_in_cursor", "zoom_out_cursor", "rotate_cursor",
-                             "move_cursor", "fill_cursor", "color_picker_cursor"}) {
-        const QImage image(QString::fromStdString(kImages + "/" + name + ".png"));
-        EXPECT_TRUE(image.width() >= 16 && image.width() <= 24) << name;
-    }
 }
 
 // A wavy gesture with rising then falling pressure.
@@ -97,7 +90,6 @@ void waves(PenRig& rig) {
     drawWave(rig, 50);
 }
 
-// Samples every 5 units from a to b.
 std::vector<Point> straight(Point a, Point b) {
     const int n = std::max(1, int(std::hypot(b.x - a.x, b.y - a.y) / 5));
     std::vector<Point> points;
@@ -177,14 +169,12 @@ TEST_P(ShippedPenGolden, MatchesTheApprovedPicture) {
 
 INSTANTIATE_TEST_SUITE_P(
     Pens, ShippedPenGolden,
-    testing::Values(PenCase{"Pen", waves, 2}, PenCase{"Pencil", waves, 2},
-                    PenCase{"Marker", waves, 2}, PenCase{"Soft Brush", waves, 2},
+    testing::Values(PenCase{"Pen", waves, 2}, PenCase{"Soft Brush", waves, 2},
                     PenCase{"Highlighter", highlighter, 2}, PenCase{"Eraser", eraser, 2},
                     PenCase{"Calligraphy", calligraphyAngles, 2}, PenCase{"Airbrush", waves, 2},
                     PenCase{"Straight Line", shapes, 3}, PenCase{"Rectangle", shapes, 3},
                     PenCase{"Ellipse", shapes, 3},
                     PenCase{"Ribbon", [](PenRig& rig) { drawWave(rig, 80); }, 1},
-                    PenCase{"Rectangle", filled, 1, "_filled"},
                     PenCase{"Ellipse", filled, 1, "_filled"}),
     [](const testing::TestParamInfo<PenCase>& param) {
         std::string n = param.param.golden();

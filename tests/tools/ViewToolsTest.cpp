@@ -48,22 +48,6 @@ TEST(ZoomTool, ClicksZoomAboutThePointAndBandsFitTheView) {
     EXPECT_EQ(view.viewChanges, 4);
 }
 
-TEST(ZoomTool, OptionShowsZoomOutUntilTheBandIsBigEnough) {
-    TestView view({400, 300});
-    TestDocument doc(view);
-    ZoomTool zoom(doc);
-    EXPECT_EQ(zoom.toolCursor().name, "zoom_in_cursor");
-    zoom.toolFlagsChanged(toolEventAt({}, Option));
-    EXPECT_EQ(zoom.toolCursor().name, "zoom_out_cursor");
-    zoom.toolDownEvent(toolEventAt({10, 10}, Option), view, {10, 10});
-    zoom.toolMoveEvent(toolEventAt({14, 13}, Option), {14, 13});
-    EXPECT_EQ(zoom.toolCursor().name, "zoom_out_cursor");
-    zoom.toolMoveEvent(toolEventAt({14, 14}, Option), {14, 14});
-    EXPECT_EQ(zoom.toolCursor().name, "zoom_in_cursor");
-    EXPECT_GT(view.cursorRefreshes, 1);
-    zoom.toolUpEvent(toolEventAt({14, 14}, Option));
-}
-
 // The live preview of a turn must show what the turn will make of the
 // picture: compare the preview with the picture drawn at the new transform.
 TEST(RotateTool, ThePreviewShowsWhatTheTurnMakes) {
