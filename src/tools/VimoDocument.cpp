@@ -62,6 +62,8 @@ void VimoDocument::strokesReplaced() {
 // ---- view and change count ----------------------------------------------------
 
 void VimoDocument::redrawFromStroke(int index) {
+    // Commands on an empty selection change nothing and name no stroke.
+    if (index == Strokes::NotFound) return;
     if (_main_view) _main_view->redrawFromStroke(index);
 }
 

@@ -135,6 +135,10 @@ TEST(VimoDocument, CommandsOnTooFewStrokesChangeAndRedrawNothing) {
     r.doc.penTool();
     r.doc.deleteStrokes();
     r.doc.duplicate();
+    r.doc.arrowTool(); // an empty selection
+    r.doc.deleteStrokes();
+    r.doc.bringForward();
+    r.doc.mergeStrokes();
     EXPECT_EQ(r.doc.strokes().count(), 0);
     EXPECT_EQ(r.redrawn(), -1);
 }
