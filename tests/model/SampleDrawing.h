@@ -58,12 +58,6 @@ inline std::shared_ptr<Stroke> curveStroke() {
     return Stroke::initWithBezierStroke(curve, Color::device(0.3f, 0.2f, 0.6f, 0.9f), 7, 0.5f);
 }
 
-// A stroke whose mode no drawing uses: "bad", so reading a stroke list drops it.
-inline std::shared_ptr<Stroke> badStroke() {
-    auto path = std::make_shared<BezierPath>(BezierPath::bezierPathWithRect({20, 20, 30, 30}));
-    return Stroke::initWithBezierPath(path, Color::red(), 9, 1);
-}
-
 constexpr Size kViewSize{160, 120};
 
 inline void fill(DocumentFile& doc) {

@@ -1,6 +1,5 @@
-// The files in tests/data/documents, one for each form a drawing file takes,
-// and the hostile variants made from them. They are made by
-// test_model --gtest_also_run_disabled_tests --gtest_filter='*Regenerate'.
+// The files in tests/data/documents, one for each form a drawing file takes
+// (written from sample::fill), and the hostile variants made from them.
 
 #include "SampleDrawing.h"
 #include "StrokesTestSupport.h"
@@ -10,11 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include <QDir>
 #include <QFile>
 #include <QImageReader>
-#include <QProcess>
-#include <QSettings>
 
 #include <random>
 
@@ -25,12 +21,6 @@ const QString kDir = QStringLiteral(VIMO_TEST_DATA_DIR "/documents/");
 QByteArray readSample(const char* name) {
     QFile f(kDir + QLatin1String(name));
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-void writeSample(const char* name, const QByteArray& data) {
-    QFile f(kDir + QLatin1String(name));
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    ASSERT_EQ(f.write(data), data.size());
 }
 
 DocumentFile::Result load(DocumentFile& doc, const char* name) {
@@ -44,53 +34,6 @@ const char* const kPictures[] = {"picture.png", "picture.jpg",  "picture.gif",
                                  "picture.bmp", "picture.tiff", "picture.webp"};
 
 } // namespace
-
-TEST(SampleFiles, DISABLED_Regenerate) {
-    QDir().mkpath(kDir);
-    // Saved once and reopened first, as a drawing saved after it was opened:
-    // its pen samples are then at the file's precision, so that repainting
-    // it gives exactly the picture saved with it.
-    DocumentFile original;
-    sample::fill(original);
-    DocumentFile doc;
-    ASSERT_TRUE(doc.loadDataRepresentation(original.dataRepresentationOfType("Vimo Document"),
-                                           DocumentFile::kDocumentType));
-    writeSample("drawing.vimo", doc.dataRepresentationOfType(DocumentFile::kDocumentType));
-    writeSample("template.vimotemplate", doc.dataRepresentationOfType(DocumentFile::kTemplateType));
-
-    QSettings settings(QDir::temp().filePath("vimo-samples.ini"), QSettings::IniFormat);
-    settings.setValue(DocumentFile::kSaveBitmapDefault, false);
-    DocumentFile plain(&settings);
-    ASSERT_TRUE(plain.loadDataRepresentation(original.dataRepresentationOfType("Vimo Document"),
-                                             DocumentFile::kDocumentType));
-    const QByteArray withoutPng = plain.dataRepresentationOfType(DocumentFile::kDocumentType);
-    writeSample("drawing-nopng.vimo", withoutPng);
-    writeSample("old-uncompressed.vimo", VimoFileData::archiveFromFileData(withoutPng).archive());
-
-    // A bad stroke in the list, and in a bare array as files of an earlier
-    // format hold the strokes.
-    const Strokes::StrokeArray withBad = {sample::ringStroke(), sample::badStroke(),
-                                          sample::penStroke(40, 6, Color::green(), 0, 1)};
-    KeyedArchiver bare;
-    bare.encodeColor(plain.backgroundColor(), "background_color");
-    std::vector<const Codable*> objects;
-    for (const auto& s : withBad) objects.push_back(s.get());
-    bare.encodeObjectArray(objects, "strokes");
-    bare.encodeString(plain.windowFrameString(), "window");
-    bare.encodeAffineTransform(&*plain.viewTransform(), "view_transform");
-    writeSample("bare-array.vimo", VimoFileData::fileDataFromArchive(bare.finishEncoding()));
-    plain.strokes().clear();
-    for (const auto& s : withBad) plain.strokes().addStroke(s);
-    writeSample("bad-stroke.vimo", plain.dataRepresentationOfType(DocumentFile::kDocumentType));
-
-    const QImage picture = sample::picture(60, 40);
-    for (const char* name : kPictures) {
-        if (QByteArray(name).endsWith(".gif")) continue;
-        if (!picture.save(kDir + QLatin1String(name))) ADD_FAILURE() << "no writer for " << name;
-    }
-    // Qt reads GIF but does not write it; ImageMagick (scripts/deps.sh) does.
-    EXPECT_EQ(QProcess::execute("convert", {kDir + "picture.png", kDir + "picture.gif"}), 0);
-}
 
 // Each file, and the drawing as written now, opens with its strokes (each
 // writes exactly what the original writes: every value, the pen samples at
