@@ -9,6 +9,7 @@
 #include "model/VimoCanvas.h"
 #include "pens/Pen.h"
 #include "tools/ArrowTool.h"
+#include "tools/MoveTool.h"
 #include "tools/VimoDocument.h"
 #include "view/VimoView.h"
 
@@ -188,6 +189,17 @@ TEST_F(WindowTest, ZoomAndRotateChangeTheViewAndMarkTheDocument) {
     w.view().resetRotation();
     EXPECT_NEAR(w.view().transform().b, 0, 1e-5);
     EXPECT_NEAR(w.view().scale(), scale * 0.9f, 1e-3);
+
+    // The space bar holds the move tool (key repeat ignored) and gives back
+    // the tool in use when it is let go.
+    w.doc().fillTool();
+    Tool* fill = w.doc().tool();
+    QTest::keyPress(&w.view(), Qt::Key_Space);
+    QKeyEvent repeat(QEvent::KeyPress, Qt::Key_Space, Qt::NoModifier, " ", true);
+    QApplication::sendEvent(&w.view(), &repeat);
+    EXPECT_EQ(w.doc().tool(), static_cast<Tool*>(&w.doc().mover()));
+    QTest::keyRelease(&w.view(), Qt::Key_Space);
+    EXPECT_EQ(w.doc().tool(), fill);
 }
 
 TEST_F(WindowTest, CopyAndPasteBetweenTwoDocuments) {

@@ -63,6 +63,18 @@ TEST_F(VimoDocumentTest, ThePreviewIsWhatTheViewShows) {
     QSettings settings(path("settings.ini"), QSettings::IniFormat);
     DocumentFile doc(&settings);
     sample::fill(doc);
+    auto hasPicture = [&] {
+        const QByteArray file = doc.dataRepresentationOfType("Vimo Document");
+        return KeyedUnarchiver(VimoFileData::archiveFromFileData(file).archive())
+            .containsValueForKey("png");
+    };
+    // "Save bitmap in Vimo file" is on when absent, and stored so.
+    EXPECT_TRUE(hasPicture());
+    EXPECT_TRUE(settings.value(DocumentFile::kSaveBitmapDefault).toBool());
+    settings.setValue(DocumentFile::kSaveBitmapDefault, false);
+    EXPECT_FALSE(hasPicture());
+    settings.setValue(DocumentFile::kSaveBitmapDefault, true);
+
     QImage shown(7, 5, QImage::Format_RGBA8888);
     shown.fill(Qt::green);
     doc.setPreviewSource([&] { return shown; });
